@@ -1,0 +1,10 @@
+# SPDX-License-Identifier: Apache-2.0
+# Instrumentation of the whole build: what is linked together must be built alike.
+if(VARN_SANITIZE)
+    add_compile_options(-fsanitize=${VARN_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    add_link_options(-fsanitize=${VARN_SANITIZE})
+endif()
+if(VARN_COVERAGE)
+    add_compile_options(--coverage -fprofile-abs-path)
+    add_link_options(--coverage)
+endif()

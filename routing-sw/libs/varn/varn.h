@@ -1,0 +1,828 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+/*
+ * varn.h: a per-process cache of interface attributes.
+ *
+ * The truth about every interface lives in other processes; each question to them is a request to
+ * another process. The library answers the same questions from memory, knows which attribute is
+ * stale, and is told by change notifications what to forget. A client calls
+ * varn_ifsvc_is_linkup(iod) where it called ifsvc_is_linkup(iod).
+ *
+ * Conventions
+ *
+ *  1. A cached query bears the name of the call that it replaces with varn_ in front, takes the
+ * same arguments and gives the same result. Its comment names the service and every difference.
+ *  2. Table operations and varn_init return 1 for success and 0 for failure. Queries return what
+ * the service would return.
+ *  3. An interface has four identifiers, all u32: the if-index, the iod (device-local ordinal), the
+ *     pi (port index) and the lif (logical interface). Absent is 0 for an iod and 0xFFFFFFFF for a
+ * pi and a lif. An entry can exist for iods 0 to 32767 only.
+ *  4. The cache owns every entry that it hands out. A pointer to one is good until the interface is
+ *     removed, its iod is claimed by another interface, or a refresh of it fails. Never free one.
+ *  5. The library has no thread and takes no lock. A client that calls it from several threads
+ *     serialises all calls, the dumps included.
+ *  6. Attributes have fixed bit numbers (VARN_BIT_...), used alike in the masks of the
+ * configuration and of an entry: sync says what is cached at all, dirty what must be asked again. A
+ * cached value counts only while its sync bit is set and its dirty bit is clear.
+ *  7. Every query of an attribute needs sync bit VARN_BIT_IOD besides the attribute's own, because
+ *     entries are found by iod. Otherwise it goes straight to the service.
+ *  8. A message is given to the client's callbacks and to the device's event history. Errors are
+ *     reported at level 2, informational lines are traced at level 1.
+ *  9. Client arguments are uintptr_t and passed through unchanged. Byte order is the host's.
+ */
+#ifndef VARN_H
+#define VARN_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#include "bitset.h"
+#include "ht.h"
+#include "vlansvc.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+#pragma GCC visibility push(default)
+
+/* ---- Attributes ------------------------------------------------------------------------------ */
+
+/* A set of attributes, or of values of 64 bits in a record: aligned to 4 bytes on every processor.
+ * Reach a mask through this type only; a plain uint64_t pointer to one is misaligned. */
+typedef uint64_t varn_mask_t __attribute__((aligned(4)));
+
+/* The set that holds one attribute. */
+#define VARN_MASK(bit) ((uint64_t)1 << (bit))
+
+/* Attribute bits. Bits 0 to 29 belong to interface entries, 30 to 32 to the VLAN cache and 33 to
+ * the port-channel cache. */
+enum {
+    VARN_BIT_IF_INDEX = 0,
+    VARN_BIT_IOD = 1, /* decides also whether the Iod table exists */
+    VARN_BIT_PI = 2,  /* decides also whether the Pi table exists */
+    VARN_BIT_LIF = 3, /* decides also whether the Lif table exists */
+    VARN_BIT_ENCAP = 4,
+    VARN_BIT_EXTN = 5,
+    VARN_BIT_EXTN1 = 6,
+    VARN_BIT_EXTN2 = 7,
+    VARN_BIT_EXTN3 = 8,
+    VARN_BIT_MAC = 9,
+    VARN_BIT_VLAN = 10, /* VLAN and port mode in one; decides also whether the VLAN table exists */
+    VARN_BIT_CONTEXT = 11,
+    VARN_BIT_BASE_TID = 12,
+    VARN_BIT_MTU = 13,
+    VARN_BIT_NAME = 14,
+    VARN_BIT_SWITCHPORT = 15,
+    VARN_BIT_SWITCHING = 16,
+    VARN_BIT_LINKUP = 17,
+    VARN_BIT_PROTOUP = 18,
+    VARN_BIT_ETHERNET = 19,
+    VARN_BIT_IS_VLAN = 20,
+    VARN_BIT_IPS = 21, /* port mode of a physical port */
+    VARN_BIT_NULL = 22,
+    VARN_BIT_P2P = 23,
+    VARN_BIT_LOOPBACK = 24,
+    VARN_BIT_IF_TYPE = 25, /* varn_init sets it in every configuration */
+    VARN_BIT_MVPN = 26,
+    VARN_BIT_AGGSVC_IF = 27,
+    VARN_BIT_GRE_HDR = 28,
+    VARN_BIT_SUBIF = 29,
+    VARN_BIT_PVLAN = 30,
+    VARN_BIT_BD = 31,
+    VARN_BIT_FINDEX = 32,
+    VARN_BIT_PC = 33 /* decides also whether the PC table exists */
+};
+
+/* Counter slots: where an attribute stands in varn.misses, varn.hits and varn.updates. The order is
+ * not that of the bits. */
+enum {
+    VARN_SLOT_IF_INDEX = 0,
+    VARN_SLOT_IOD = 1,
+    VARN_SLOT_PI = 2,
+    VARN_SLOT_LIF = 3,
+    VARN_SLOT_MAC = 4,
+    VARN_SLOT_ENCAP = 5,
+    VARN_SLOT_EXTN = 6,
+    VARN_SLOT_EXTN1 = 7,
+    VARN_SLOT_EXTN2 = 8,
+    VARN_SLOT_EXTN3 = 9,
+    VARN_SLOT_CONTEXT = 10,
+    VARN_SLOT_BASE_TID = 11,
+    VARN_SLOT_MTU = 12,
+    VARN_SLOT_SWITCHPORT = 13,
+    VARN_SLOT_SWITCHING = 14,
+    VARN_SLOT_LINKUP = 15,
+    VARN_SLOT_PROTOUP = 16,
+    VARN_SLOT_ETHERNET = 17,
+    VARN_SLOT_IS_VLAN = 18,
+    VARN_SLOT_VLAN = 19,
+    VARN_SLOT_IPS = 20,
+    VARN_SLOT_NULL = 21,
+    VARN_SLOT_AGGSVC_IF = 22,
+    VARN_SLOT_GRE = 23,
+    VARN_SLOT_SUBIF = 24,
+    VARN_SLOT_NAME = 25,
+    VARN_SLOT_LOOPBACK = 26,
+    VARN_SLOT_P2P = 27,
+    VARN_SLOT_IF_TYPE = 28,
+    VARN_SLOT_IS_DCI_TUNNEL = 29,
+    VARN_SLOT_IS_DCI_OVERLAY = 30,
+    VARN_SLOT_MVPN = 31,
+    VARN_NUM_SLOTS = 32
+};
+
+/* An identifier that is not known. */
+#define VARN_NO_IOD UINT32_C(0)
+#define VARN_NO_PI  UINT32_C(0xFFFFFFFF)
+#define VARN_NO_LIF UINT32_C(0xFFFFFFFF)
+
+/* The library's own result codes; every other code is the service's. */
+#define VARN_ERR_IOD_CHANGED UINT32_C(0x40E30001) /* the if-index was found on another iod */
+#define VARN_ERR_NO_MEMBER   UINT32_C(0x40E30001) /* no first operational member */
+#define VARN_ERR_PI_REFRESH  UINT32_C(0x40E00002) /* the refresh of a dirty pi failed */
+#define VARN_ERR_LIF_REFRESH UINT32_C(0x41080003) /* the refresh of a dirty lif failed */
+#define VARN_ERR_IF_TYPE     UINT32_C(0x40290000) /* unknown if-index type in a port-mode query */
+
+/* ---- Configuration --------------------------------------------------------------------------- */
+
+/* A printf-like sink. */
+typedef void (*varn_print_fn)(const char *format, ...);
+
+/* A printf-like sink with the client's argument. */
+typedef void (*varn_print_arg_fn)(uintptr_t arg, const char *format, ...);
+
+/* An error sink: `format` is "%s:%d: %s\n" for the three values behind it: the reporting function's
+ * name, the source line and the text (varn_print_str, cut at 127 characters). */
+typedef void (*varn_error_fn)(uintptr_t arg, const char *format, const char *function, int line,
+                              const char *text);
+
+/* Turns a block of private data of `size` bytes into an extension value. The block belongs to the
+ * interface manager's client library and may be null. */
+typedef uint32_t (*varn_extn_decode_fn)(const void *data, uint32_t size);
+
+/* Releases what an extension value stands for. */
+typedef void (*varn_extn_free_fn)(uint32_t extn);
+
+/* Hears of a new entry. */
+typedef void (*varn_on_create_fn)(uint32_t iod);
+
+/* The client's configuration, copied by varn_init. With 32-bit pointers: 30 words, 120 bytes. */
+typedef struct varn_config {
+    uint32_t num_buckets; /* buckets of every table; 0 means 16384 */
+    varn_mask_t sync;     /* what is cached */
+    varn_mask_t crit;     /* what a flush with option 2 marks */
+    varn_mask_t med;      /* what a flush with option 1 marks */
+    varn_mask_t low;      /* what a flush with any option other than 1, 2 and 3 marks */
+    varn_mask_t once;     /* kept for the client and only printed */
+    varn_extn_decode_fn extn_decode[4]; /* decoders of extensions 0 to 3, or null */
+    uint32_t uuid;             /* the client: key of its event history, and of extension 0 */
+    uint32_t extn_uuid[3];     /* keys of extensions 1 to 3 */
+    varn_print_fn debug_print; /* trace sink beside the event history, or null */
+    varn_print_fn error_print; /* error sink when there is no error_cb, or null */
+    varn_print_arg_fn debug_print_arg; /* trace sink in place of the event history, or null */
+    varn_error_fn error_cb;            /* error sink, or null */
+    varn_print_arg_fn print;           /* sink of dumps and statistics, or null */
+    uintptr_t debug_arg;               /* first argument of debug_print_arg */
+    uintptr_t error_arg;               /* first argument of error_cb */
+    uint32_t create_on_miss;           /* queries create entries; varn_init makes it 1 */
+    uint32_t track_l3; /* not 0: L3 notifications create entries on up and remove them on down */
+    varn_extn_free_fn extn_free; /* called with a non-zero extension 0 before its entry is freed */
+    varn_on_create_fn on_create; /* called with the iod of a new entry before its first refresh */
+} varn_config_t;
+
+/* ---- Cache entries --------------------------------------------------------------------------- */
+
+/* The two words of an entry that belong to the hash table while the entry stands in it. */
+typedef struct varn_link {
+    uint32_t word[2];
+} varn_link_t;
+
+/* One interface. All fields are written by the library alone; a client reads them. An attribute's
+ * value counts only while its bit is set in varn.config.sync and clear in `dirty`. */
+typedef struct varn_if_entry {
+    /* Identity. A key stands before its link and does not change while the entry is in the table.
+     */
+    uint32_t if_index; /* key of the If table, in which every entry stands */
+    varn_link_t if_link;
+    uint32_t iod; /* 0 = not in the Iod table */
+    varn_link_t iod_link;
+    uint32_t pi; /* 0xFFFFFFFF = not in the Pi table */
+    varn_link_t pi_link;
+    uint32_t lif; /* 0xFFFFFFFF = not in the Lif table */
+    varn_link_t lif_link;
+
+    /* Values. */
+    uint8_t mac[6];        /* source MAC address; all zero = not known */
+    uint16_t encap;        /* encapsulation type; 0 = not known */
+    uint32_t extn[4];      /* extension values; 0 = not set */
+    uint32_t extn_size[4]; /* bytes of the private data behind each extension */
+    uint32_t context_id;   /* routing context; 0 = not known */
+    uint32_t base_tid;     /* base table of the routing context; 0 = not known */
+    uint16_t vlan;         /* access VLAN, or VLAN of a VLAN sub-interface; 0 = none */
+    uint16_t mtu;          /* bytes; 0 = not known */
+    uint32_t port_mode;    /* as the interface manager gives it; shares the VLAN's dirty bit */
+
+    /* Flags, 0 or 1. On every host the first one named in the upper list is bit 0 of its byte. */
+#if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+    uint8_t switchport : 1, switching : 1, linkup : 1, protoup : 1;
+    uint8_t ethernet : 1, is_vlan : 1, ips : 1, null : 1;
+    uint8_t loopback : 1, p2p : 1, mvpn : 1, unused_flags : 5;
+#else
+    uint8_t null : 1, ips : 1, is_vlan : 1, ethernet : 1;
+    uint8_t protoup : 1, linkup : 1, switching : 1, switchport : 1;
+    uint8_t unused_flags : 5, mvpn : 1, p2p : 1, loopback : 1;
+#endif
+
+    /* State. */
+    varn_mask_t valid;  /* 0; only shown */
+    varn_mask_t dirty;  /* attributes that must be asked again before use */
+    uint32_t aggsvc_if; /* port-channel: first operational member; VLAN sub-interface: parent; 0 =
+                           none */
+    uint8_t if_type;    /* type of the if-index, from if_index_get_type at creation */
+    uint8_t ref_count;  /* tables that hold the entry */
+    uint8_t iod_remaps; /* refreshes that found the if-index on another iod; wraps */
+    uint8_t pi_remaps;  /* links in the Pi table that refreshes dropped; wraps */
+    uint8_t lif_remaps; /* links in the Lif table that refreshes dropped; wraps */
+} varn_if_entry_t;
+
+/* Hash buckets of a port-channel. */
+#define VARN_NUM_RBH 16
+
+/* One port-channel: the member that serves each hash bucket. */
+typedef struct varn_pc_entry {
+    uint32_t pc_ifindex; /* key of the PC table */
+    varn_link_t link;
+    uint32_t rbh_dirty[VARN_NUM_RBH];       /* 1 = ask again, 0 = the member below is good */
+    uint32_t rbh_mbr_ifindex[VARN_NUM_RBH]; /* if-index of the member; counts while the flag is 0 */
+} varn_pc_entry_t;
+
+/* One VLAN. */
+typedef struct varn_vlan_entry {
+    uint16_t vlan; /* key of the VLAN table */
+    varn_link_t link;
+    uint16_t bd;       /* bridge domain */
+    uint32_t flood_di; /* flood destination index of the bridge domain */
+    uint32_t pvlan;    /* primary VLAN */
+    varn_mask_t dirty; /* VARN_BIT_PVLAN, VARN_BIT_BD and VARN_BIT_FINDEX matter */
+} varn_vlan_entry_t;
+
+/* The record of a VLAN answer of the interface manager. */
+typedef vlan_key_t varn_vlan_info_t;
+
+/* ---- The global record ----------------------------------------------------------------------- */
+
+/* What befell one index. All counters of the library only grow, until varn_init zeroes them. */
+typedef struct varn_index_counters {
+    uint64_t inserts;
+    uint64_t removes;
+    uint64_t insert_fail;
+    uint64_t remove_fail;
+} varn_index_counters_t;
+
+/* One counter for each field of a VLAN entry. */
+typedef struct varn_vlan_counters {
+    uint64_t bd;
+    uint64_t findex;
+    uint64_t pvlan;
+} varn_vlan_counters_t;
+
+/* Everything that the cache knows. A client reads it; only the library writes. */
+typedef struct varn_global {
+    /* Tables. One that the configuration does not ask for is all zero. */
+    ht_t if_table;   /* varn_if_entry_t by if_index */
+    ht_t iod_table;  /* varn_if_entry_t by iod */
+    ht_t pi_table;   /* varn_if_entry_t by pi */
+    ht_t lif_table;  /* varn_if_entry_t by lif */
+    ht_t vlan_table; /* varn_vlan_entry_t by vlan */
+    ht_t pc_table;   /* varn_pc_entry_t by pc_ifindex */
+
+    varn_config_t config;
+
+    /* By counter slot. */
+    uint64_t misses[VARN_NUM_SLOTS];  /* questions that went to the service */
+    uint64_t hits[VARN_NUM_SLOTS];    /* questions answered from the cache */
+    uint64_t updates[VARN_NUM_SLOTS]; /* values fetched by refreshes and notifications */
+
+    uint64_t if_allocs;   /* interface entries allocated */
+    uint64_t if_frees;    /* interface entries freed */
+    uint64_t if_destroys; /* calls of varn_if_destroy_entry that ran */
+
+    /* Links that refreshes dropped because an identifier had changed. */
+    uint64_t iod_remaps;
+    uint64_t pi_remaps;
+    uint64_t lif_remaps;
+
+    varn_index_counters_t if_index;
+    varn_index_counters_t iod_index;
+    varn_index_counters_t pi_index;
+    varn_index_counters_t lif_index;
+
+    /* Notifications handled. */
+    uint64_t phy_updates;
+    uint64_t l2_updates;
+    uint64_t l3_updates;
+    uint64_t l3_param_updates;
+    uint64_t l2_bundle_updates;
+    uint64_t l3_bundle_updates;
+    uint64_t aggsvc_updates;
+
+    /* Refreshes by the identifier that was asked for. */
+    uint64_t if_refreshes;
+    uint64_t iod_refreshes;
+    uint64_t pi_refreshes;
+    uint64_t lif_refreshes;
+
+    uint64_t create_fail; /* entries that could not be created for want of memory */
+
+    varn_vlan_counters_t vlan_misses;
+    varn_vlan_counters_t vlan_hits;
+    varn_vlan_counters_t vlan_updates;
+    uint64_t vlan_allocs;
+    uint64_t vlan_frees;
+
+    uint64_t pc_hits;
+    uint64_t pc_misses;
+    uint64_t pc_updates;
+    uint64_t pc_allocs;
+    uint64_t pc_frees;
+} varn_global_t;
+
+/* Words of the iod permission bitmap. */
+#define VARN_IODBMP_WORDS 1024
+
+/* ---- Exported objects, all zero at load time ------------------------------------------------- */
+
+extern varn_global_t varn;
+extern uint32_t varn_enabled; /* 1 while the cache is on */
+extern uint32_t varn_do_sync; /* low half of sync, kept by varn_disable_cache */
+
+/* The client's switch of the error callbacks: they are called only while it is exactly 1. */
+extern uint32_t varn_error_cb;
+
+/* Which iods may have an entry: bit (iod mod 32) of word (iod div 32). varn_init sets every bit. */
+extern uint32_t varn_iodbmp[VARN_IODBMP_WORDS];
+
+/* The text of the error reported last, cut at 127 characters. */
+extern char varn_print_str[128];
+
+/* ---- Lifecycle ------------------------------------------------------------------------------- */
+
+/*
+ * Starts the cache with a copy of *config. Returns 1, or 0 when the configuration is null (nothing
+ * is changed) or a table could not be made (the cache is off; tables made before stay). Called
+ * again, it starts anew: the old tables and entries are not released, every counter is zeroed.
+ */
+uint32_t varn_init(const varn_config_t *config);
+
+/*
+ * Releases the interface tables and the VLAN table; returns 1. Entries and the port-channel table
+ * are left alone and the cache is not switched off: call nothing but varn_init afterwards.
+ */
+uint32_t varn_cleanup(void);
+
+/*
+ * Switch the cache off and on again, keeping entries. While it is off every query goes to its
+ * service and notifications do nothing. Only the low half of sync comes back: the caching of bits
+ * 32 and 33 (flood index, port-channel) is lost.
+ */
+void varn_disable_cache(void);
+void varn_restore_cache(void);
+
+/* Gives varn_enabled. */
+uint32_t varn_is_enabled(void);
+
+/* Install the trace sink that takes the place of the event history, with its argument. The two are
+ * the same. */
+void varn_set_print(varn_print_arg_fn print, uintptr_t arg);
+void varn_attr_set_debug_print_arg(varn_print_arg_fn print, uintptr_t arg);
+
+/* Gives the installed trace sink and its argument. */
+void varn_attr_get_debug_print_arg(varn_print_arg_fn *print, uintptr_t *arg);
+
+/* The memory types under which the accounting allocator holds the library's records. */
+typedef enum varn_mem_type {
+    VARN_MEM_NONE = 0,
+    VARN_MEM_varn_if_entry_t = 1,
+    VARN_MEM_varn_vlan_entry_t = 2,
+    VARN_MEM_varn_pc_entry_t = 3,
+    VARN_MEM_MAX = 4
+} varn_mem_type_t;
+
+/* Gives the name of a memory type, or null. */
+const char *__varn_mem_type_t_find(uint32_t value);
+
+/* Gives the memory type of a name in any case, or 0. */
+uint32_t __varn_mem_type_t_str2enum(const char *name);
+
+/* The record handed to the event history: event id 0x730000, level 2 (error) or 1 (trace). The
+ * length handed with it is that of the text plus 5. */
+typedef struct varn_log_record {
+    uint32_t code;  /* VARN_LOG_ERROR or VARN_LOG_TRACE */
+    char text[200]; /* "[thread id]: message", ended by a zero */
+} varn_log_record_t;
+
+#define VARN_LOG_TRACE UINT32_C(121)
+#define VARN_LOG_ERROR UINT32_C(122)
+
+/* ---- Callbacks of the tables ----------------------------------------------------------------- */
+
+/*
+ * Given to the hash table by varn_init. A hash takes a pointer to the key and the bucket count and
+ * gives a bucket number; a key accessor takes an entry; a comparison gives 1 for equal keys, else
+ * 0. Keys are u32, those of the VLAN table u16.
+ */
+uint32_t varn_if_hash(const void *key, uint32_t num_buckets); /* mod 15991, whatever the count */
+const void *varn_if_get_key(const void *entry);
+uint32_t varn_if_keys_equal(const void *key_a, const void *key_b);
+uint32_t varn_iod_hash(const void *key, uint32_t num_buckets);
+const void *varn_iod_get_key(const void *entry);
+uint32_t varn_iod_keys_equal(const void *key_a, const void *key_b);
+uint32_t varn_pi_hash(const void *key, uint32_t num_buckets);
+const void *varn_pi_get_key(const void *entry);
+uint32_t varn_pi_keys_equal(const void *key_a, const void *key_b);
+uint32_t varn_lif_hash(const void *key, uint32_t num_buckets);
+const void *varn_lif_get_key(const void *entry);
+uint32_t varn_lif_keys_equal(const void *key_a, const void *key_b);
+uint32_t varn_vlan_hash(const void *key, uint32_t num_buckets);
+const void *varn_vlan_get_key(const void *entry);
+uint32_t varn_vlan_keys_equal(const void *key_a, const void *key_b);
+uint32_t varn_pc_hash(const void *key, uint32_t num_buckets);
+const void *varn_pc_get_key(const void *entry);
+uint32_t varn_pc_keys_equal(const void *key_a, const void *key_b);
+
+/* ---- The tables ------------------------------------------------------------------------------ */
+
+/*
+ * File an entry under the key that it holds. 1, or 0 for a null entry (silently) and when the table
+ * refuses it (reported and counted). The table must exist.
+ */
+uint32_t varn_if_insert_entry(varn_if_entry_t *entry);
+uint32_t varn_iod_insert_entry(varn_if_entry_t *entry);
+uint32_t varn_pi_insert_entry(varn_if_entry_t *entry);
+uint32_t varn_lif_insert_entry(varn_if_entry_t *entry);
+
+/*
+ * Take this very entry out of a table and make its key absent. 1, or 0 for a null entry or a table
+ * that is not cached (silently) and when the table does not hold it (reported and counted).
+ */
+uint32_t varn_iod_delete_entry(varn_if_entry_t *entry);
+uint32_t varn_pi_delete_entry(varn_if_entry_t *entry);
+uint32_t varn_lif_delete_entry(varn_if_entry_t *entry);
+
+/*
+ * Takes the entry out of the If table and frees it. An entry that still stands in another table is
+ * reported and not freed; the result is 1 all the same.
+ */
+uint32_t varn_if_delete_entry(varn_if_entry_t *entry);
+
+/* Make the VLAN table and the PC table where the configuration asks for them; varn_init calls both.
+ * 1 = ready or not asked for, 0 = failed and reported. */
+uint32_t varn_vlan_table_init(void);
+uint32_t varn_pc_table_init(void);
+
+/* ---- Entries --------------------------------------------------------------------------------- */
+
+/*
+ * Gives the entry of an if-index; a missing one is created and filled from the services. Null when
+ * the cache is off, the if-index has no type, its iod cannot be had or is forbidden, memory is
+ * wanting (errno is ENOMEM) or the refresh failed; each is reported. iod 0 = not known. pi and lif
+ * are only printed. An entry that exists is given as it is, whatever the other arguments say.
+ */
+varn_if_entry_t *varn_if_create_entry_by_if(uint32_t if_index, uint32_t iod, uint32_t pi,
+                                            uint32_t lif);
+
+/* The same by another identifier, whose if-index is asked of ifsvc_get_ifindex_frm_iod,
+ * idxsvc_lib_si_to_ifidx or lifsvc_query_lif_to_ifindex when it has no entry. */
+varn_if_entry_t *varn_if_create_entry_by_iod(uint32_t iod);
+varn_if_entry_t *varn_if_create_entry_by_pi(uint32_t pi);
+varn_if_entry_t *varn_if_create_entry_by_lif(uint32_t lif);
+
+/* Gives the entry of an iod, created where varn.config.create_on_miss says so, or null. */
+varn_if_entry_t *varn_find_entry_by_iod(uint32_t iod);
+
+/* Takes the entry out of every table and frees it. Does nothing for null or while the cache is off.
+ */
+void varn_if_destroy_entry(varn_if_entry_t *entry);
+
+/*
+ * Destroy the entry that has a key. 1 when there was one, else 0. While the cache is off the entry
+ * survives; the result is then 1 all the same, but 0 by iod.
+ */
+uint32_t varn_if_remove_entry_by_if(uint32_t if_index);
+uint32_t varn_if_remove_entry_by_iod(uint32_t iod);
+uint32_t varn_if_remove_entry_by_pi(uint32_t pi);
+uint32_t varn_if_remove_entry_by_lif(uint32_t lif);
+
+/* Forbids (allow 0) or allows entries for an iod from now on, and removes the entry of the
+ * if-index. The iod must be below 32768: a debug build stops at a larger one, a release build
+ * leaves the permissions alone. */
+uint32_t varn_if_remove_entry_by_if_ext(uint32_t if_index, uint32_t iod, uint32_t allow);
+
+/* ---- Refresh --------------------------------------------------------------------------------- */
+
+/*
+ * Fetches every dirty attribute of an entry from its service. is_new is 0 for an entry that was
+ * filled before. 1, or 0 when the cache is off, the entry is null, its if-index has no type, or the
+ * if-index now belongs to another iod (reported; an entry under that iod is removed). After a 0 the
+ * entry may be gone.
+ */
+uint32_t varn_if_update_entry(varn_if_entry_t *entry, uint32_t is_new);
+
+/* The same by if-index; 0 also when there is no entry. Nothing is created. */
+uint32_t varn_if_update_if(uint32_t if_index);
+
+/* Asks ifsvc_get_if_src_mac_addr for the MAC address of an iod, 6 bytes in a static buffer that the
+ * next call overwrites; all zero when the service left it so. */
+const uint8_t *varn_get_if_src_mac_addr(uint32_t iod);
+
+/* ---- Cached queries: yes or no --------------------------------------------------------------- */
+
+/*
+ * 0 or 1 from the cache (the low bit of the service's answer), or the service's own answer when the
+ * cache cannot tell: the attribute or the iod is not cached, or no entry can be had. A dirty value
+ * is asked again of the service and kept.
+ */
+uint32_t varn_ifsvc_is_linkup(uint32_t iod);
+uint32_t varn_ifsvc_is_protoup(uint32_t iod);
+uint32_t varn_ifsvc_is_switchport(uint32_t iod);
+uint32_t varn_ifsvc_is_switching_enabled_on_iod(uint32_t iod);
+uint32_t varn_ifsvc_is_ethernet(uint32_t iod);
+uint32_t varn_ifsvc_is_vlan(uint32_t iod);
+uint32_t varn_ifsvc_is_null0(uint32_t iod);
+uint32_t varn_ifsvc_is_native_p2p(uint32_t iod);
+uint32_t varn_ifsvc_is_loopback(uint32_t iod);
+uint32_t varn_ifsvc_is_mvpn_tunnel(uint32_t iod);
+
+/* Read off the type of the cached if-index: 24, 22, 7 and 5. No hit is counted. */
+uint32_t varn_ifsvc_is_gre_tunnel(uint32_t iod);
+uint32_t varn_ifsvc_is_super_802_3ad(uint32_t iod);
+uint32_t varn_ifsvc_is_cbus(uint32_t iod);
+uint32_t varn_ifsvc_is_mgmtether(uint32_t iod);
+
+/* Never cached: each call is a request. */
+uint32_t varn_ifsvc_is_dci_tunnel(uint32_t iod);
+uint32_t varn_ifsvc_is_dci_overlay(uint32_t iod);
+uint32_t varn_ifsvc_is_6to4_tunnel(uint32_t iod);
+uint32_t varn_ifsvc_is_mpls_tunnel(uint32_t iod);
+
+/* ---- Cached queries: values ------------------------------------------------------------------ */
+
+/* MTU in bytes, 16 bits. A 0 that a query fetched is an answer. */
+uint32_t varn_ifsvc_get_if_mtu(uint32_t iod);
+
+/* Encapsulation type, 16 bits. A 0 is asked again. */
+uint32_t varn_ifsvc_get_if_encaptype(uint32_t iod);
+
+/* MAC address, 6 bytes owned by the entry and good as long as it, or the static buffer of
+ * varn_get_if_src_mac_addr. All zero = not known, asked again. */
+const uint8_t *varn_ifsvc_get_if_mac_addr(uint32_t iod);
+
+/* Whether the 6 bytes are the interface's MAC address: 0 or 1 from the cache, else the answer of
+ * ifsvc_is_if_mac_addr. */
+uint32_t varn_ifsvc_is_if_mac_addr(uint32_t iod, const uint8_t *mac);
+
+/* VLAN of a VLAN sub-interface or access VLAN of a switchport, 16 bits; 0 = none. */
+uint32_t varn_ifsvc_get_if_vlanid(uint32_t iod);
+
+/* Access VLAN and port mode. From the cache the result is always 1, even when the service failed
+ * (the VLAN is 0 then), and the record's vinst is that of supvr_vinst_get. */
+uint32_t varn_ifsvc_get_vlan_info(uint32_t iod, varn_vlan_info_t *info, uint32_t *port_mode);
+
+/* The interface's name, from ifsvc_get_ifindex_name: the cache saves only the step from iod to
+ * if-index. The text stays good for 10 calls. Never null. */
+const char *varn_ifsvc_get_if_name(uint32_t iod);
+
+/* ---- Cached queries: identity ---------------------------------------------------------------- */
+
+/* The if-index of an iod; iod 0 gives if-index 0. 0, VARN_ERR_IOD_CHANGED without an output, or the
+ * code of ifsvc_get_ifindex_frm_iod. */
+uint32_t varn_ifsvc_get_ifindex_frm_iod(uint32_t iod, uint32_t *if_index);
+
+/* The iod of an if-index. 0, VARN_ERR_IOD_CHANGED without an output, or the code of
+ * ifsvc_get_iod_frm_ifindex. No entry is created. */
+uint32_t varn_ifsvc_get_iod_frm_ifindex(uint32_t if_index, uint32_t *iod);
+
+/* Whether the iod is that of a VLAN interface (SVI): ifsvc_is_ifindex_svi of the cached if-index.
+ */
+uint32_t varn_ifsvc_is_iod_svi(uint32_t iod);
+
+/* The iod of a VLAN's interface, or 0. arg is handed to if_index_vlan_port_init. */
+uint32_t varn_ifsvc_get_svi_iod_for_vlan(uint16_t vlan, uint32_t arg);
+
+/* ---- Notification records -------------------------------------------------------------------- */
+
+/* The services' own messages, handed on unchanged. Bytes without a name are not read. */
+
+/* Physical link state. */
+typedef struct varn_phy_update {
+    uint32_t if_index;
+    uint32_t iod;
+    uint8_t state; /* 2 = gone; any other value = there */
+} varn_phy_update_t;
+
+/* L2 protocol state, also of a bundle. */
+typedef struct varn_l2_update {
+    uint32_t if_index;
+    uint32_t iod;
+    uint8_t vlan_present; /* not 0: the record carries a VLAN */
+    uint8_t reserved_9[5];
+    uint8_t flags; /* VARN_L2_VLAN_A selects the VLAN field */
+    uint8_t reserved_15;
+    uint8_t mac[6];
+    uint8_t state; /* 2 = down */
+    uint8_t reserved_23;
+    uint32_t mtu; /* 16 bits are kept */
+    uint8_t reserved_28[8];
+    uint32_t vlan_a; /* 16 bits are kept */
+    uint32_t vlan_b; /* 16 bits are kept */
+} varn_l2_update_t;
+
+#define VARN_L2_VLAN_A 0x10 /* vlan_a counts, else vlan_b */
+
+/* L3 protocol state, also of a bundle. */
+typedef struct varn_l3_update {
+    uint32_t if_index;
+    uint32_t iod;  /* 0 = not known; the L3-state handler fills it in */
+    uint8_t state; /* 1 = up; in a bundle 16 = link up, protocol down */
+    uint8_t reserved_9[3];
+    uint32_t mtu; /* 16 bits are kept */
+} varn_l3_update_t;
+
+/* L3 parameters; which ones changed stands in a bitset_t beside it. */
+typedef struct varn_l3_param_update {
+    uint32_t reserved_0;
+    uint32_t iod;
+} varn_l3_param_update_t;
+
+#define VARN_L3_PARAM_MTU 12 /* bit of the bitset: the MTU changed */
+
+/* Router MAC. */
+typedef struct varn_mac_update {
+    uint32_t if_index;
+    uint8_t mac[6]; /* all zero = removed */
+    uint8_t reserved_10[6];
+    uint32_t state; /* only printed */
+} varn_mac_update_t;
+
+/* First operational member of a port-channel. Every word is big-endian on every host. */
+typedef struct varn_fop_update {
+    uint32_t pc_ifindex;
+    uint32_t reserved_4;
+    uint32_t old_member; /* if-index; 0 = none */
+    uint32_t new_member; /* if-index; 0 = none */
+} varn_fop_update_t;
+
+#pragma GCC visibility pop
+
+/* ---- The layout, pinned ---------------------------------------------------------------------- */
+
+#ifdef __cplusplus
+#define VARN_ASSERT(condition) static_assert(condition, #condition)
+#else
+#define VARN_ASSERT(condition) _Static_assert(condition, #condition)
+#endif
+
+/* Where a member stands with 32-bit and with 64-bit pointers. */
+#define VARN_BY_POINTER(on_32, on_64) (sizeof(void *) == 4 ? (on_32) : (on_64))
+#define VARN_PIN(type, member, at)    VARN_ASSERT(offsetof(type, member) == (at))
+
+/* clang-format off */
+VARN_ASSERT(sizeof(varn_config_t) == VARN_BY_POINTER(120, 176));
+VARN_PIN(varn_config_t, num_buckets, 0);
+VARN_PIN(varn_config_t, sync, 4);
+VARN_PIN(varn_config_t, crit, 12);
+VARN_PIN(varn_config_t, med, 20);
+VARN_PIN(varn_config_t, low, 28);
+VARN_PIN(varn_config_t, once, 36);
+VARN_PIN(varn_config_t, extn_decode, VARN_BY_POINTER(44, 48));
+VARN_PIN(varn_config_t, uuid, VARN_BY_POINTER(60, 80));
+VARN_PIN(varn_config_t, extn_uuid, VARN_BY_POINTER(64, 84));
+VARN_PIN(varn_config_t, debug_print, VARN_BY_POINTER(76, 96));
+VARN_PIN(varn_config_t, error_print, VARN_BY_POINTER(80, 104));
+VARN_PIN(varn_config_t, debug_print_arg, VARN_BY_POINTER(84, 112));
+VARN_PIN(varn_config_t, error_cb, VARN_BY_POINTER(88, 120));
+VARN_PIN(varn_config_t, print, VARN_BY_POINTER(92, 128));
+VARN_PIN(varn_config_t, debug_arg, VARN_BY_POINTER(96, 136));
+VARN_PIN(varn_config_t, error_arg, VARN_BY_POINTER(100, 144));
+VARN_PIN(varn_config_t, create_on_miss, VARN_BY_POINTER(104, 152));
+VARN_PIN(varn_config_t, track_l3, VARN_BY_POINTER(108, 156));
+VARN_PIN(varn_config_t, extn_free, VARN_BY_POINTER(112, 160));
+VARN_PIN(varn_config_t, on_create, VARN_BY_POINTER(116, 168));
+
+VARN_ASSERT(sizeof(varn_if_entry_t) == 136);
+VARN_PIN(varn_if_entry_t, if_index, 0);
+VARN_PIN(varn_if_entry_t, if_link, 4);
+VARN_PIN(varn_if_entry_t, iod, 12);
+VARN_PIN(varn_if_entry_t, iod_link, 16);
+VARN_PIN(varn_if_entry_t, pi, 24);
+VARN_PIN(varn_if_entry_t, pi_link, 28);
+VARN_PIN(varn_if_entry_t, lif, 36);
+VARN_PIN(varn_if_entry_t, lif_link, 40);
+VARN_PIN(varn_if_entry_t, mac, 48);
+VARN_PIN(varn_if_entry_t, encap, 54);
+VARN_PIN(varn_if_entry_t, extn, 56);
+VARN_PIN(varn_if_entry_t, extn_size, 72);
+VARN_PIN(varn_if_entry_t, context_id, 88);
+VARN_PIN(varn_if_entry_t, base_tid, 92);
+VARN_PIN(varn_if_entry_t, vlan, 96);
+VARN_PIN(varn_if_entry_t, mtu, 98);
+VARN_PIN(varn_if_entry_t, port_mode, 100);
+VARN_PIN(varn_if_entry_t, valid, 108);
+VARN_PIN(varn_if_entry_t, dirty, 116);
+VARN_PIN(varn_if_entry_t, aggsvc_if, 124);
+VARN_PIN(varn_if_entry_t, if_type, 128);
+VARN_PIN(varn_if_entry_t, ref_count, 129);
+VARN_PIN(varn_if_entry_t, iod_remaps, 130);
+VARN_PIN(varn_if_entry_t, pi_remaps, 131);
+VARN_PIN(varn_if_entry_t, lif_remaps, 132);
+
+VARN_ASSERT(sizeof(varn_pc_entry_t) == 140);
+VARN_PIN(varn_pc_entry_t, pc_ifindex, 0);
+VARN_PIN(varn_pc_entry_t, link, 4);
+VARN_PIN(varn_pc_entry_t, rbh_dirty, 12);
+VARN_PIN(varn_pc_entry_t, rbh_mbr_ifindex, 76);
+
+VARN_ASSERT(sizeof(varn_vlan_entry_t) == 32);
+VARN_PIN(varn_vlan_entry_t, vlan, 0);
+VARN_PIN(varn_vlan_entry_t, link, 4);
+VARN_PIN(varn_vlan_entry_t, bd, 12);
+VARN_PIN(varn_vlan_entry_t, flood_di, 16);
+VARN_PIN(varn_vlan_entry_t, pvlan, 20);
+VARN_PIN(varn_vlan_entry_t, dirty, 24);
+
+VARN_ASSERT(sizeof(ht_t) == VARN_BY_POINTER(64, 128));
+VARN_PIN(varn_global_t, if_table, 0);
+VARN_PIN(varn_global_t, iod_table, VARN_BY_POINTER(64, 128));
+VARN_PIN(varn_global_t, pi_table, VARN_BY_POINTER(128, 256));
+VARN_PIN(varn_global_t, lif_table, VARN_BY_POINTER(192, 384));
+VARN_PIN(varn_global_t, vlan_table, VARN_BY_POINTER(256, 512));
+VARN_PIN(varn_global_t, pc_table, VARN_BY_POINTER(320, 640));
+VARN_PIN(varn_global_t, config, VARN_BY_POINTER(384, 768));
+VARN_PIN(varn_global_t, misses, VARN_BY_POINTER(504, 944));
+VARN_PIN(varn_global_t, hits, VARN_BY_POINTER(760, 1200));
+VARN_PIN(varn_global_t, updates, VARN_BY_POINTER(1016, 1456));
+VARN_PIN(varn_global_t, if_allocs, VARN_BY_POINTER(1272, 1712));
+VARN_PIN(varn_global_t, if_frees, VARN_BY_POINTER(1280, 1720));
+VARN_PIN(varn_global_t, if_destroys, VARN_BY_POINTER(1288, 1728));
+VARN_PIN(varn_global_t, iod_remaps, VARN_BY_POINTER(1296, 1736));
+VARN_PIN(varn_global_t, pi_remaps, VARN_BY_POINTER(1304, 1744));
+VARN_PIN(varn_global_t, lif_remaps, VARN_BY_POINTER(1312, 1752));
+VARN_PIN(varn_global_t, if_index, VARN_BY_POINTER(1320, 1760));
+VARN_PIN(varn_global_t, iod_index, VARN_BY_POINTER(1352, 1792));
+VARN_PIN(varn_global_t, pi_index, VARN_BY_POINTER(1384, 1824));
+VARN_PIN(varn_global_t, lif_index, VARN_BY_POINTER(1416, 1856));
+VARN_PIN(varn_global_t, phy_updates, VARN_BY_POINTER(1448, 1888));
+VARN_PIN(varn_global_t, l2_updates, VARN_BY_POINTER(1456, 1896));
+VARN_PIN(varn_global_t, l3_updates, VARN_BY_POINTER(1464, 1904));
+VARN_PIN(varn_global_t, l3_param_updates, VARN_BY_POINTER(1472, 1912));
+VARN_PIN(varn_global_t, l2_bundle_updates, VARN_BY_POINTER(1480, 1920));
+VARN_PIN(varn_global_t, l3_bundle_updates, VARN_BY_POINTER(1488, 1928));
+VARN_PIN(varn_global_t, aggsvc_updates, VARN_BY_POINTER(1496, 1936));
+VARN_PIN(varn_global_t, if_refreshes, VARN_BY_POINTER(1504, 1944));
+VARN_PIN(varn_global_t, iod_refreshes, VARN_BY_POINTER(1512, 1952));
+VARN_PIN(varn_global_t, pi_refreshes, VARN_BY_POINTER(1520, 1960));
+VARN_PIN(varn_global_t, lif_refreshes, VARN_BY_POINTER(1528, 1968));
+VARN_PIN(varn_global_t, create_fail, VARN_BY_POINTER(1536, 1976));
+VARN_PIN(varn_global_t, vlan_misses, VARN_BY_POINTER(1544, 1984));
+VARN_PIN(varn_global_t, vlan_hits, VARN_BY_POINTER(1568, 2008));
+VARN_PIN(varn_global_t, vlan_updates, VARN_BY_POINTER(1592, 2032));
+VARN_PIN(varn_global_t, vlan_allocs, VARN_BY_POINTER(1616, 2056));
+VARN_PIN(varn_global_t, vlan_frees, VARN_BY_POINTER(1624, 2064));
+VARN_PIN(varn_global_t, pc_hits, VARN_BY_POINTER(1632, 2072));
+VARN_PIN(varn_global_t, pc_misses, VARN_BY_POINTER(1640, 2080));
+VARN_PIN(varn_global_t, pc_updates, VARN_BY_POINTER(1648, 2088));
+VARN_PIN(varn_global_t, pc_allocs, VARN_BY_POINTER(1656, 2096));
+VARN_PIN(varn_global_t, pc_frees, VARN_BY_POINTER(1664, 2104));
+VARN_ASSERT(sizeof(varn_global_t) == VARN_BY_POINTER(1672, 2112));
+
+VARN_PIN(varn_phy_update_t, iod, 4);
+VARN_PIN(varn_phy_update_t, state, 8);
+VARN_PIN(varn_l2_update_t, iod, 4);
+VARN_PIN(varn_l2_update_t, vlan_present, 8);
+VARN_PIN(varn_l2_update_t, flags, 14);
+VARN_PIN(varn_l2_update_t, mac, 16);
+VARN_PIN(varn_l2_update_t, state, 22);
+VARN_PIN(varn_l2_update_t, mtu, 24);
+VARN_PIN(varn_l2_update_t, vlan_a, 36);
+VARN_PIN(varn_l2_update_t, vlan_b, 40);
+VARN_PIN(varn_l3_update_t, iod, 4);
+VARN_PIN(varn_l3_update_t, state, 8);
+VARN_PIN(varn_l3_update_t, mtu, 12);
+VARN_PIN(varn_l3_param_update_t, iod, 4);
+VARN_PIN(varn_mac_update_t, mac, 4);
+VARN_PIN(varn_mac_update_t, state, 16);
+VARN_PIN(varn_fop_update_t, old_member, 8);
+VARN_PIN(varn_fop_update_t, new_member, 12);
+VARN_PIN(varn_log_record_t, text, 4);
+VARN_ASSERT(sizeof(varn_log_record_t) == 204);
+/* clang-format on */
+
+#undef VARN_PIN
+#undef VARN_BY_POINTER
+#undef VARN_ASSERT
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif

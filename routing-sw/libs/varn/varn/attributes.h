@@ -1,0 +1,63 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// What an attribute is to the cache: a bit, the same in every mask, and a counter slot. The masks
+// and counters are reached through the verbs below and nowhere else.
+//
+// A value field of an entry counts only while its attribute is cached (set in the configuration's
+// sync mask) and not dirty. Whoever stores a service's answer marks the attribute clean, unless the
+// answer is one that must be asked again.
+#ifndef VARN_ATTRIBUTES_H
+#define VARN_ATTRIBUTES_H
+
+#include <cstdint>
+
+#include "../varn.h"
+
+namespace ifcache
+{
+
+using u32 = uint32_t;
+
+struct attribute {
+    unsigned bit, slot;
+};
+
+inline constexpr attribute iod_attribute{VARN_BIT_IOD, VARN_SLOT_IOD};
+inline constexpr attribute pi_attribute{VARN_BIT_PI, VARN_SLOT_PI};
+inline constexpr attribute lif_attribute{VARN_BIT_LIF, VARN_SLOT_LIF};
+inline constexpr attribute mac_attribute{VARN_BIT_MAC, VARN_SLOT_MAC};
+inline constexpr attribute vlan_attribute{VARN_BIT_VLAN, VARN_SLOT_VLAN};
+inline constexpr attribute name_attribute{VARN_BIT_NAME, VARN_SLOT_NAME};
+inline constexpr attribute ips_attribute{VARN_BIT_IPS, VARN_SLOT_IPS};
+inline constexpr attribute if_type_attribute{VARN_BIT_IF_TYPE, VARN_SLOT_IF_TYPE};
+inline constexpr attribute aggsvc_if_attribute{VARN_BIT_AGGSVC_IF, VARN_SLOT_AGGSVC_IF};
+inline constexpr attribute subif_attribute{VARN_BIT_SUBIF, VARN_SLOT_SUBIF};
+
+// Extensions 0 to 3 stand side by side in bits and slots.
+constexpr attribute extn_attribute(unsigned k) { return {VARN_BIT_EXTN + k, VARN_SLOT_EXTN + k}; }
+
+inline bool is_cached(unsigned bit) { return varn.config.sync & VARN_MASK(bit); }
+inline bool is_cached(attribute a) { return is_cached(a.bit); }
+
+// Both gates of a query: entries are found by iod, so the iod must be cached as well.
+inline bool is_answered_by_iod(attribute a)
+{
+    const uint64_t gates = VARN_MASK(VARN_BIT_IOD) | VARN_MASK(a.bit);
+    return (varn.config.sync & gates) == gates;
+}
+
+inline bool is_dirty(const varn_if_entry_t &entry, attribute a)
+{
+    return entry.dirty & VARN_MASK(a.bit);
+}
+
+inline void mark_clean(varn_if_entry_t &entry, unsigned bit) { entry.dirty &= ~VARN_MASK(bit); }
+inline void mark_clean(varn_if_entry_t &entry, attribute a) { mark_clean(entry, a.bit); }
+
+inline void count_miss(attribute a) { ++varn.misses[a.slot]; }
+inline void count_hit(attribute a) { ++varn.hits[a.slot]; }
+inline void count_update(attribute a) { ++varn.updates[a.slot]; }
+
+} // namespace ifcache
+
+#endif

@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// MAC address and VLAN, as the interface manager gives them. The MAC address passes through one
+// static buffer that every call overwrites.
+#include "fetches.h"
+
+#include <cstring>
+
+#include "ifsvc.h"
+
+namespace
+{
+
+constexpr uint8_t zero_mac[6] = {};
+uint8_t source_mac[6];
+
+} // namespace
+
+const uint8_t *varn_get_if_src_mac_addr(uint32_t iod)
+{
+    std::memset(source_mac, 0, sizeof source_mac);
+    ifsvc_get_if_src_mac_addr(iod, source_mac);
+    return source_mac;
+}
+
+namespace ifcache
+{
+
+bool is_known(const uint8_t (&mac)[6]) { return std::memcmp(mac, zero_mac, sizeof mac) != 0; }
+
+void fetch_mac(varn_if_entry_t &entry, u32 iod)
+{
+    std::memcpy(entry.mac, varn_get_if_src_mac_addr(iod), sizeof entry.mac);
+}
+
+vlan_source fetch_vlan(varn_if_entry_t &entry, u32 iod)
+{
+    if (ifsvc_is_vlan(iod)) {
+        entry.vlan = static_cast<uint16_t>(ifsvc_get_if_vlanid(iod));
+        return vlan_source::sub_interface;
+    }
+    varn_vlan_info_t info{};
+    u32 port_mode = 0;
+    if (ifsvc_is_switchport(iod) && ifsvc_get_vlan_info(iod, &info, &port_mode) == 1) {
+        entry.vlan = static_cast<uint16_t>(info.vlan);
+        entry.port_mode = port_mode;
+    }
+    return vlan_source::switchport_or_none;
+}
+
+} // namespace ifcache
