@@ -11,14 +11,14 @@
  *   1. Keys are read through the three callbacks and never copied. A key does not change while its
  *      record stands in the table.
  *   2. Two records with equal keys cannot stand in one table: the second insert is refused. A
- * record that already stands in the table is refused as well.
+ *      record that already stands in the table is refused as well.
  *   3. Removal is of that very record, found by its address; a record with an equal key is not
  *      removed in its place.
  *   4. A lookup changes nothing, the statistics included.
  *   5. A hash value that is not below the bucket count is reduced into it by the table.
  *   6. On a table that was never initialised (all bytes zero), was cleaned up or is null, no
- * callback is called: a lookup finds nothing, insert and removal give 0, a walk starts and yields
- *      nothing, the statistics are zeros and clean-up may be repeated.
+ *      callback is called: a lookup finds nothing, insert and removal give 0, a walk starts and
+ *      yields nothing, the statistics are zeros and clean-up may be repeated.
  *   7. Results: non-zero is success and 0 is failure, for every function that returns a uint32_t.
  *
  * Threading: none. The caller serialises all calls on one table.

@@ -4,17 +4,17 @@
  *
  * Conventions:
  *   1. Each call is a request to another process and may take as long as its time-out. It never
- * hangs.
+ *      hangs.
  *   2. An interface is named by its iod (device-local ordinal, 1 to 32767 for every interface that
- * the device gives out; 0 = none) or by its if-index (u32).
+ *      the device gives out; 0 = none) or by its if-index (u32).
  *   3. A query that returns its value has no way to tell failure: an unknown interface and a
- * service that does not answer give 0.
+ *      service that does not answer give 0.
  *   4. A query that returns a code gives 0 for success and an error code otherwise, unless its
- * comment says otherwise; outputs are written on success only.
+ *      comment says otherwise; outputs are written on success only.
  *   5. Texts and blocks that are returned by pointer belong to the client library and stay valid
- * until its next call.
+ *      until its next call.
  *   6. No call runs a callback of its caller: notifications are handed out only where the client
- * asks for them.
+ *      asks for them.
  */
 #ifndef IFSVC_H
 #define IFSVC_H
@@ -95,7 +95,8 @@ uint32_t ifsvc_get_ifindex_name(uint32_t if_index, char *buffer, uint32_t size);
 
 /* ---- Extensions and private data ---- */
 
-/* Gives the one-word extension value that the owner of `key` attached to the interface; 0 = none.
+/*
+ * Gives the one-word extension value that the owner of `key` attached to the interface; 0 = none.
  */
 uint32_t ifsvc_get_extension(uint32_t iod, uint32_t key);
 

@@ -13,7 +13,8 @@
 extern "C" {
 #endif
 
-/* A VLAN of one virtual device instance: packed, 6 bytes. It is also the record of a VLAN answer.
+/*
+ * A VLAN of one virtual device instance: packed, 6 bytes. It is also the record of a VLAN answer.
  */
 typedef struct __attribute__((packed)) vlan_key {
     uint16_t vinst; /* virtual device instance, from supvr_vinst_get */

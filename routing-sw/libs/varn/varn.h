@@ -9,25 +9,30 @@
  *
  * Conventions
  *
- *  1. A cached query bears the name of the call that it replaces with varn_ in front, takes the
- * same arguments and gives the same result. Its comment names the service and every difference.
- *  2. Table operations and varn_init return 1 for success and 0 for failure. Queries return what
- * the service would return.
- *  3. An interface has four identifiers, all u32: the if-index, the iod (device-local ordinal), the
- *     pi (port index) and the lif (logical interface). Absent is 0 for an iod and 0xFFFFFFFF for a
- * pi and a lif. An entry can exist for iods 0 to 32767 only.
- *  4. The cache owns every entry that it hands out. A pointer to one is good until the interface is
- *     removed, its iod is claimed by another interface, or a refresh of it fails. Never free one.
- *  5. The library has no thread and takes no lock. A client that calls it from several threads
- *     serialises all calls, the dumps included.
- *  6. Attributes have fixed bit numbers (VARN_BIT_...), used alike in the masks of the
- * configuration and of an entry: sync says what is cached at all, dirty what must be asked again. A
- * cached value counts only while its sync bit is set and its dirty bit is clear.
- *  7. Every query of an attribute needs sync bit VARN_BIT_IOD besides the attribute's own, because
- *     entries are found by iod. Otherwise it goes straight to the service.
- *  8. A message is given to the client's callbacks and to the device's event history. Errors are
- *     reported at level 2, informational lines are traced at level 1.
- *  9. Client arguments are uintptr_t and passed through unchanged. Byte order is the host's.
+ *   1. A cached query bears the name of the call that it replaces with varn_ in front and takes the
+ *      same arguments. It gives the same result, but for what its comment says. The service asked
+ *      is the one of the same name without varn_, where the comment names no other.
+ *   2. Table operations and varn_init return 1 for success and 0 for failure. Queries return what
+ *      the service would return.
+ *   3. An interface has four identifiers, all u32: the if-index, the iod (device-local ordinal),
+ *      the pi (port index) and the lif (logical interface). Absent is 0 for an iod and 0xFFFFFFFF
+ *      for a pi and a lif. An entry can exist for iods 0 to 32767 only.
+ *   4. The cache owns every entry that it hands out. A pointer to one is good until the interface
+ *      is removed (by a call or by a notification), its iod is claimed by another interface, or a
+ *      refresh of it fails. Never free one.
+ *   5. The library has no thread and takes no lock. A client that calls it from several threads
+ *      serialises all calls, the dumps included. A callback of the client may ask queries, but it
+ *      must neither remove the interface that the call works on nor make a refresh of it fail, nor
+ *      switch off the cache; and during a flush of all entries or a dump it may not call at all.
+ *   6. Attributes have fixed bit numbers (VARN_BIT_...), used alike in the masks of the
+ *      configuration and of an entry: sync says what is cached at all, dirty what must be asked
+ *      again. A cached value counts only while its sync bit is set and its dirty bit is clear.
+ *   7. Every query of an attribute by iod needs sync bit VARN_BIT_IOD besides the attribute's own,
+ *      because entries are found by iod. Otherwise it goes straight to the service.
+ *   8. An error is *reported*: to the client's error callbacks while varn_error_cb is 1, and to the
+ *      device's event history at level 2. An informational line is *traced*: to debug_print_arg
+ *      where the client installed it, else to debug_print and to the event history at level 1.
+ *   9. Client arguments are uintptr_t and passed through unchanged. Byte order is the host's.
  */
 #ifndef VARN_H
 #define VARN_H
@@ -47,8 +52,10 @@ extern "C" {
 
 /* ---- Attributes ------------------------------------------------------------------------------ */
 
-/* A set of attributes, or of values of 64 bits in a record: aligned to 4 bytes on every processor.
- * Reach a mask through this type only; a plain uint64_t pointer to one is misaligned. */
+/*
+ * A set of attributes. Aligned to 4 bytes on every processor, so that records have no gap before
+ * it: reach a mask through this type only, because a plain uint64_t pointer to one is misaligned.
+ */
 typedef uint64_t varn_mask_t __attribute__((aligned(4)));
 
 /* The set that holds one attribute. */
@@ -67,7 +74,8 @@ enum {
     VARN_BIT_EXTN2 = 7,
     VARN_BIT_EXTN3 = 8,
     VARN_BIT_MAC = 9,
-    VARN_BIT_VLAN = 10, /* VLAN and port mode in one; decides also whether the VLAN table exists */
+    VARN_BIT_VLAN = 10, /* VLAN and port mode in one; decides also whether the
+                           VLAN table exists */
     VARN_BIT_CONTEXT = 11,
     VARN_BIT_BASE_TID = 12,
     VARN_BIT_MTU = 13,
@@ -87,7 +95,8 @@ enum {
     VARN_BIT_AGGSVC_IF = 27,
     VARN_BIT_GRE_HDR = 28,
     VARN_BIT_SUBIF = 29,
-    VARN_BIT_PVLAN = 30,
+    VARN_BIT_PVLAN = 30, /* this and the next two need VARN_BIT_VLAN: without their table nothing is
+                            kept and every query asks its service */
     VARN_BIT_BD = 31,
     VARN_BIT_FINDEX = 32,
     VARN_BIT_PC = 33 /* decides also whether the PC table exists */
@@ -137,7 +146,7 @@ enum {
 #define VARN_NO_LIF UINT32_C(0xFFFFFFFF)
 
 /* The library's own result codes; every other code is the service's. */
-#define VARN_ERR_IOD_CHANGED UINT32_C(0x40E30001) /* the if-index was found on another iod */
+#define VARN_ERR_IOD_CHANGED UINT32_C(0x40E30001) /* the refresh of a dirty iod failed */
 #define VARN_ERR_NO_MEMBER   UINT32_C(0x40E30001) /* no first operational member */
 #define VARN_ERR_PI_REFRESH  UINT32_C(0x40E00002) /* the refresh of a dirty pi failed */
 #define VARN_ERR_LIF_REFRESH UINT32_C(0x41080003) /* the refresh of a dirty lif failed */
@@ -185,9 +194,12 @@ typedef struct varn_config {
     uintptr_t debug_arg;               /* first argument of debug_print_arg */
     uintptr_t error_arg;               /* first argument of error_cb */
     uint32_t create_on_miss;           /* queries create entries; varn_init makes it 1 */
-    uint32_t track_l3; /* not 0: L3 notifications create entries on up and remove them on down */
-    varn_extn_free_fn extn_free; /* called with a non-zero extension 0 before its entry is freed */
-    varn_on_create_fn on_create; /* called with the iod of a new entry before its first refresh */
+    uint32_t track_l3;                 /* not 0: L3 notifications create entries on up and remove
+                                          them on down */
+    varn_extn_free_fn extn_free;       /* called with a non-zero extension 0 before its
+                                          entry is freed */
+    varn_on_create_fn on_create;       /* called with the iod of a new entry before its
+                                          first refresh */
 } varn_config_t;
 
 /* ---- Cache entries --------------------------------------------------------------------------- */
@@ -200,11 +212,12 @@ typedef struct varn_link {
 /* One interface. All fields are written by the library alone; a client reads them. An attribute's
  * value counts only while its bit is set in varn.config.sync and clear in `dirty`. */
 typedef struct varn_if_entry {
-    /* Identity. A key stands before its link and does not change while the entry is in the table.
+    /* Identity. A key stands before its link and does not change while the entry
+     * is in the table.
      */
     uint32_t if_index; /* key of the If table, in which every entry stands */
     varn_link_t if_link;
-    uint32_t iod; /* 0 = not in the Iod table */
+    uint32_t iod; /* 0 = none, unless a service gave that very iod */
     varn_link_t iod_link;
     uint32_t pi; /* 0xFFFFFFFF = not in the Pi table */
     varn_link_t pi_link;
@@ -220,9 +233,11 @@ typedef struct varn_if_entry {
     uint32_t base_tid;     /* base table of the routing context; 0 = not known */
     uint16_t vlan;         /* access VLAN, or VLAN of a VLAN sub-interface; 0 = none */
     uint16_t mtu;          /* bytes; 0 = not known */
-    uint32_t port_mode;    /* as the interface manager gives it; shares the VLAN's dirty bit */
+    uint32_t port_mode;    /* as the interface manager gives it; shares the VLAN's
+                              dirty bit */
 
-    /* Flags, 0 or 1. On every host the first one named in the upper list is bit 0 of its byte. */
+    /* Flags, 0 or 1. On every host the first one named in the upper list is bit 0
+     * of its byte. */
 #if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
     uint8_t switchport : 1, switching : 1, linkup : 1, protoup : 1;
     uint8_t ethernet : 1, is_vlan : 1, ips : 1, null : 1;
@@ -236,13 +251,13 @@ typedef struct varn_if_entry {
     /* State. */
     varn_mask_t valid;  /* 0; only shown */
     varn_mask_t dirty;  /* attributes that must be asked again before use */
-    uint32_t aggsvc_if; /* port-channel: first operational member; VLAN sub-interface: parent; 0 =
-                           none */
+    uint32_t aggsvc_if; /* port-channel: first operational member; VLAN
+                           sub-interface: parent; 0 = none */
     uint8_t if_type;    /* type of the if-index, from if_index_get_type at creation */
     uint8_t ref_count;  /* tables that hold the entry */
-    uint8_t iod_remaps; /* refreshes that found the if-index on another iod; wraps */
-    uint8_t pi_remaps;  /* links in the Pi table that refreshes dropped; wraps */
-    uint8_t lif_remaps; /* links in the Lif table that refreshes dropped; wraps */
+    uint8_t iod_remaps; /* refreshes that did not find the if-index on this iod; wraps */
+    uint8_t pi_remaps;  /* links in the Pi table that refreshes set out to drop; wraps */
+    uint8_t lif_remaps; /* links in the Lif table that refreshes set out to drop; wraps */
 } varn_if_entry_t;
 
 /* Hash buckets of a port-channel. */
@@ -253,7 +268,8 @@ typedef struct varn_pc_entry {
     uint32_t pc_ifindex; /* key of the PC table */
     varn_link_t link;
     uint32_t rbh_dirty[VARN_NUM_RBH];       /* 1 = ask again, 0 = the member below is good */
-    uint32_t rbh_mbr_ifindex[VARN_NUM_RBH]; /* if-index of the member; counts while the flag is 0 */
+    uint32_t rbh_mbr_ifindex[VARN_NUM_RBH]; /* if-index of the member; counts
+                                               while the flag is 0 */
 } varn_pc_entry_t;
 
 /* One VLAN. */
@@ -263,7 +279,7 @@ typedef struct varn_vlan_entry {
     uint16_t bd;       /* bridge domain */
     uint32_t flood_di; /* flood destination index of the bridge domain */
     uint32_t pvlan;    /* primary VLAN */
-    varn_mask_t dirty; /* VARN_BIT_PVLAN, VARN_BIT_BD and VARN_BIT_FINDEX matter */
+    varn_mask_t dirty; /* any set bit has the entry refreshed before it is used */
 } varn_vlan_entry_t;
 
 /* The record of a VLAN answer of the interface manager. */
@@ -299,15 +315,16 @@ typedef struct varn_global {
     varn_config_t config;
 
     /* By counter slot. */
-    uint64_t misses[VARN_NUM_SLOTS];  /* questions that went to the service */
+    uint64_t misses[VARN_NUM_SLOTS];  /* questions that the cache could not answer */
     uint64_t hits[VARN_NUM_SLOTS];    /* questions answered from the cache */
-    uint64_t updates[VARN_NUM_SLOTS]; /* values fetched by refreshes and notifications */
+    uint64_t updates[VARN_NUM_SLOTS]; /* values taken otherwise: refreshes, notices, setters */
 
     uint64_t if_allocs;   /* interface entries allocated */
     uint64_t if_frees;    /* interface entries freed */
     uint64_t if_destroys; /* calls of varn_if_destroy_entry that ran */
 
-    /* Links that refreshes dropped because an identifier had changed. */
+    /* Refreshes that found another iod, and links that refreshes set out to drop from the Pi and
+     * the Lif table because the identifier had changed. */
     uint64_t iod_remaps;
     uint64_t pi_remaps;
     uint64_t lif_remaps;
@@ -326,7 +343,7 @@ typedef struct varn_global {
     uint64_t l3_bundle_updates;
     uint64_t aggsvc_updates;
 
-    /* Refreshes by the identifier that was asked for. */
+    /* Refreshes started by a query, by the identifier that was dirty; If: by varn_if_update_if. */
     uint64_t if_refreshes;
     uint64_t iod_refreshes;
     uint64_t pi_refreshes;
@@ -369,8 +386,9 @@ extern char varn_print_str[128];
 
 /*
  * Starts the cache with a copy of *config. Returns 1, or 0 when the configuration is null (nothing
- * is changed) or a table could not be made (the cache is off; tables made before stay). Called
- * again, it starts anew: the old tables and entries are not released, every counter is zeroed.
+ * is changed) or an interface table could not be made (the cache is off; tables made before stay).
+ * A side cache whose table could not be made is only reported. Called again, it starts anew: the
+ * old tables and entries are not released, every counter is zeroed.
  */
 uint32_t varn_init(const varn_config_t *config);
 
@@ -483,16 +501,21 @@ uint32_t varn_pc_table_init(void);
 /* ---- Entries --------------------------------------------------------------------------------- */
 
 /*
- * Gives the entry of an if-index; a missing one is created and filled from the services. Null when
- * the cache is off, the if-index has no type, its iod cannot be had or is forbidden, memory is
- * wanting (errno is ENOMEM) or the refresh failed; each is reported. iod 0 = not known. pi and lif
- * are only printed. An entry that exists is given as it is, whatever the other arguments say.
+ * Gives the entry of an if-index; a missing one is created and filled from the services. Null,
+ * silently, while the cache is off; null with a report when the if-index has no type, its iod
+ * cannot be had or is forbidden, a table refuses the entry or the refresh fails; null with errno
+ * ENOMEM, a line on standard output and traces when memory is wanting. iod 0 = not known. pi and
+ * lif are only printed. An entry that exists is given as it is, whatever the other arguments say.
  */
 varn_if_entry_t *varn_if_create_entry_by_if(uint32_t if_index, uint32_t iod, uint32_t pi,
                                             uint32_t lif);
 
-/* The same by another identifier, whose if-index is asked of ifsvc_get_ifindex_frm_iod,
- * idxsvc_lib_si_to_ifidx or lifsvc_query_lif_to_ifindex when it has no entry. */
+/*
+ * The same by another identifier. One that stands in its table is given, also while the cache is
+ * off. Otherwise the if-index is asked of ifsvc_get_ifindex_frm_iod, idxsvc_lib_si_to_ifidx or
+ * lifsvc_query_lif_to_ifindex; null, silently, when that fails. By pi and lif nothing is created
+ * while varn.config.create_on_miss is 0.
+ */
 varn_if_entry_t *varn_if_create_entry_by_iod(uint32_t iod);
 varn_if_entry_t *varn_if_create_entry_by_pi(uint32_t pi);
 varn_if_entry_t *varn_if_create_entry_by_lif(uint32_t lif);
@@ -500,7 +523,8 @@ varn_if_entry_t *varn_if_create_entry_by_lif(uint32_t lif);
 /* Gives the entry of an iod, created where varn.config.create_on_miss says so, or null. */
 varn_if_entry_t *varn_find_entry_by_iod(uint32_t iod);
 
-/* Takes the entry out of every table and frees it. Does nothing for null or while the cache is off.
+/*
+ * Takes the entry out of every table and frees it. Does nothing for null or while the cache is off.
  */
 void varn_if_destroy_entry(varn_if_entry_t *entry);
 
@@ -521,10 +545,12 @@ uint32_t varn_if_remove_entry_by_if_ext(uint32_t if_index, uint32_t iod, uint32_
 /* ---- Refresh --------------------------------------------------------------------------------- */
 
 /*
- * Fetches every dirty attribute of an entry from its service. is_new is 0 for an entry that was
- * filled before. 1, or 0 when the cache is off, the entry is null, its if-index has no type, or the
- * if-index now belongs to another iod (reported; an entry under that iod is removed). After a 0 the
- * entry may be gone.
+ * Fetches what is dirty in an entry from the services. Never fetched are the name, mvpn and, for
+ * itself, is_vlan; aggsvc_if only for a port-channel and ips only for a physical port; an extension
+ * only where it is cached. is_new is 0 for an entry that was filled before. 1, or 0 when the cache
+ * is off, the entry is null, its if-index has no type, or its if-index is no longer known to belong
+ * to its iod (reported; an entry under the iod that was found is removed). After a 0 the entry may
+ * be gone.
  */
 uint32_t varn_if_update_entry(varn_if_entry_t *entry, uint32_t is_new);
 
@@ -534,6 +560,29 @@ uint32_t varn_if_update_if(uint32_t if_index);
 /* Asks ifsvc_get_if_src_mac_addr for the MAC address of an iod, 6 bytes in a static buffer that the
  * next call overwrites; all zero when the service left it so. */
 const uint8_t *varn_get_if_src_mac_addr(uint32_t iod);
+
+/* ---- Flushing -------------------------------------------------------------------------------- */
+
+/*
+ * Marks attributes of an entry dirty: opt 1 those of varn.config.med, 2 crit, 3 sync, any other
+ * value low. Nothing is cleared and no service is asked. Does nothing for null; works while the
+ * cache is off.
+ */
+void varn_flush_if_entry(varn_if_entry_t *entry, uint32_t opt);
+
+/*
+ * The same for every entry. 1, or 0 when the cache is off or the walk could not start (reported).
+ */
+uint32_t varn_if_flush_all(uint32_t opt);
+
+/*
+ * The same by identifier. A missing entry is created and filled first, as its creator would. While
+ * the cache is off the first does nothing and the others mark the entry that stands in their table.
+ */
+void varn_if_flush_if(uint32_t if_index, uint32_t opt);
+void varn_if_flush_iod(uint32_t iod, uint32_t opt);
+void varn_if_flush_pi(uint32_t pi, uint32_t opt);
+void varn_if_flush_lif(uint32_t lif, uint32_t opt);
 
 /* ---- Cached queries: yes or no --------------------------------------------------------------- */
 
@@ -553,7 +602,8 @@ uint32_t varn_ifsvc_is_native_p2p(uint32_t iod);
 uint32_t varn_ifsvc_is_loopback(uint32_t iod);
 uint32_t varn_ifsvc_is_mvpn_tunnel(uint32_t iod);
 
-/* Read off the type of the cached if-index: 24, 22, 7 and 5. No hit is counted. */
+/* Read off the type of the cached if-index: 24, 22, 7 and 5. No hit is counted and no dirty bit
+ * asked; without an entry the service of the same name answers. */
 uint32_t varn_ifsvc_is_gre_tunnel(uint32_t iod);
 uint32_t varn_ifsvc_is_super_802_3ad(uint32_t iod);
 uint32_t varn_ifsvc_is_cbus(uint32_t iod);
@@ -578,7 +628,8 @@ uint32_t varn_ifsvc_get_if_encaptype(uint32_t iod);
 const uint8_t *varn_ifsvc_get_if_mac_addr(uint32_t iod);
 
 /* Whether the 6 bytes are the interface's MAC address: 0 or 1 from the cache, else the answer of
- * ifsvc_is_if_mac_addr. */
+ * ifsvc_is_if_mac_addr. The bytes are not those of varn_get_if_src_mac_addr, which a fetch
+ * overwrites. */
 uint32_t varn_ifsvc_is_if_mac_addr(uint32_t iod, const uint8_t *mac);
 
 /* VLAN of a VLAN sub-interface or access VLAN of a switchport, 16 bits; 0 = none. */
@@ -588,8 +639,9 @@ uint32_t varn_ifsvc_get_if_vlanid(uint32_t iod);
  * (the VLAN is 0 then), and the record's vinst is that of supvr_vinst_get. */
 uint32_t varn_ifsvc_get_vlan_info(uint32_t iod, varn_vlan_info_t *info, uint32_t *port_mode);
 
-/* The interface's name, from ifsvc_get_ifindex_name: the cache saves only the step from iod to
- * if-index. The text stays good for 10 calls. Never null. */
+/* The interface's name, never null. With an entry it comes from ifsvc_get_ifindex_name: the cache
+ * saves only the step from iod to if-index, and the text stays good for 9 further calls. Otherwise
+ * it is the text of ifsvc_get_if_name, good until that library's next call. */
 const char *varn_ifsvc_get_if_name(uint32_t iod);
 
 /* ---- Cached queries: identity ---------------------------------------------------------------- */
@@ -602,12 +654,169 @@ uint32_t varn_ifsvc_get_ifindex_frm_iod(uint32_t iod, uint32_t *if_index);
  * ifsvc_get_iod_frm_ifindex. No entry is created. */
 uint32_t varn_ifsvc_get_iod_frm_ifindex(uint32_t if_index, uint32_t *iod);
 
-/* Whether the iod is that of a VLAN interface (SVI): ifsvc_is_ifindex_svi of the cached if-index.
- */
+/* Whether the iod is that of a VLAN interface (SVI): ifsvc_is_ifindex_svi of the if-index, 0 when
+ * that cannot be had. It replaces no call of the service. */
 uint32_t varn_ifsvc_is_iod_svi(uint32_t iod);
 
-/* The iod of a VLAN's interface, or 0. arg is handed to if_index_vlan_port_init. */
+/* The iod of a VLAN's interface, or 0. Not the arguments of ifsvc_get_svi_iod_for_vlan: the VLAN
+ * comes first, and arg is what if_index_vlan_port_init takes, the virtual device instance. */
 uint32_t varn_ifsvc_get_svi_iod_for_vlan(uint16_t vlan, uint32_t arg);
+
+/* ---- Extensions and private data ------------------------------------------------------------- */
+
+/*
+ * The extension value of slot 0 to 3. A value of 0 means not set and is asked again. The key goes
+ * to the service and does not choose the slot. A getter asks ifsvc_get_extension and never a
+ * decoder.
+ */
+uint32_t varn_ifsvc_get_extension(uint32_t iod, uint32_t key);
+uint32_t varn_ifsvc_get_extension1(uint32_t iod, uint32_t key);
+uint32_t varn_ifsvc_get_extension2(uint32_t iod, uint32_t key);
+uint32_t varn_ifsvc_get_extension3(uint32_t iod, uint32_t key);
+
+/* Whether the slot's value is set: 0 or 1 from the cache, else the answer of
+ * ifsvc_is_extension_set. A stale value is decoded from ifsvc_get_private_data where the slot has a
+ * decoder. */
+uint32_t varn_ifsvc_is_extension_set(uint32_t iod, uint32_t key);
+uint32_t varn_ifsvc_is_extension1_set(uint32_t iod, uint32_t key);
+uint32_t varn_ifsvc_is_extension2_set(uint32_t iod, uint32_t key);
+uint32_t varn_ifsvc_is_extension3_set(uint32_t iod, uint32_t key);
+
+/* Store a value in the cache alone, whatever sync says; always 1, also when no entry can be had. A
+ * stored 0 is given back once and then asked again. The size of the private data is left alone. The
+ * key is not used. */
+uint32_t varn_ifsvc_set_extension(uint32_t iod, uint32_t key, uint32_t value);
+uint32_t varn_ifsvc_set_extension1(uint32_t iod, uint32_t key, uint32_t value);
+uint32_t varn_ifsvc_set_extension2(uint32_t iod, uint32_t key, uint32_t value);
+uint32_t varn_ifsvc_set_extension3(uint32_t iod, uint32_t key, uint32_t value);
+
+/* Stores value and size (bytes) of slot 0 after its owner changed the private data. 0 when no entry
+ * can be had, else 1, also when slot 0 is not cached or has no decoder and nothing was done. The
+ * key is not used. */
+uint32_t varn_ifsvc_update_private_data(uint32_t iod, uint32_t key, uint32_t value, uint32_t size);
+
+/*
+ * The decoded extension value of slot 0, and the size of its private data in bytes. Without a
+ * decoder the result of ifsvc_get_private_data as it is, an address. A stale value is asked under
+ * the configured uuid, not under the caller's key.
+ */
+uintptr_t varn_ifsvc_get_private_data(uint32_t iod, uint32_t key, uint32_t *size);
+
+/* ---- Translations ---------------------------------------------------------------------------- */
+
+/*
+ * One identifier for another. 0, VARN_ERR_LIF_REFRESH or VARN_ERR_PI_REFRESH without an output when
+ * the refresh of a stale entry failed, or the code of the service. A missing entry is created while
+ * the cache is on. From the cache an interface without a port index gives 0 and *di 0xFFFFFFFF,
+ * where the service gives an error.
+ */
+uint32_t varn_lifsvc_query_lif_to_ifindex(int32_t lif, uint32_t *if_index);
+uint32_t varn_idxsvc_lib_ifidx_to_di(int32_t if_index, uint32_t *di);
+uint32_t varn_idxsvc_lib_si_to_ifidx(int32_t si, uint32_t *if_index);
+
+/* As above, but *lif is written only when the service was asked: an answer from the cache is 0,
+ * also for an interface without a lif, and leaves the caller's variable as it was. */
+uint32_t varn_lifsvc_query_ifindex_to_lif(int32_t if_index, uint32_t *lif);
+
+/*
+ * Port mode, from ifsvc_get_ifindex_port_mode_list. The cache knows two: 0x200 for an interface of
+ * type 26, and 0. 0, VARN_ERR_IF_TYPE, or, when the cache cannot tell, the code of the service;
+ * *port_mode is then what the service gave, 0 where it gave none.
+ */
+uint32_t varn_portsvc_gldb_get_ifindex_port_mode(uint32_t if_index, uint32_t *port_mode);
+
+/*
+ * All that an L2 client asks about a port index; works while the cache is off. 0,
+ * VARN_ERR_PI_REFRESH without an output, or the code of idxsvc_lib_si_to_ifidx with *if_index at
+ * most. The flags are 0 or 1 from an entry, else the services' own answers. private_data is the
+ * extension value of slot 0, decoded where there is a decoder, else the low 32 bits of what the
+ * service gives. Without an entry a failure to get the iod is not told, and the rest is asked with
+ * *iod as it stands: give it a value first.
+ */
+uint32_t varn_get_if_l2_info_by_pi(uint32_t pi, uint32_t *if_index, uint32_t *iod,
+                                   uint32_t *is_linkup, uint16_t *encap_type,
+                                   uint32_t *is_switchport, uint32_t *is_switching,
+                                   uint32_t *is_protoup, uint32_t *private_data);
+
+/* The first operational member of a port-channel. 0, VARN_ERR_NO_MEMBER, or the code of
+ * aggsvc_get_pc_info; *member is written on success only. */
+uint32_t varn_aggsvc_get_fop(uint32_t pc_ifindex, uint32_t *member);
+
+/* ---- Port-channel cache ---------------------------------------------------------------------- */
+
+/* Gives the entry of a port-channel or null; a missing one is created when create is not 0 (errno
+ * is ENOMEM when memory was wanting). Null, without a look, while the cache is off. */
+varn_pc_entry_t *varn_pc_create_entry(uint32_t pc_ifindex, int create);
+
+/* File an entry; take it out and free it. 1, or 0 for null (silently) and on failure (reported). */
+uint32_t varn_pc_insert_entry(varn_pc_entry_t *entry);
+uint32_t varn_pc_delete_entry(varn_pc_entry_t *entry);
+
+/* Deletes the entry of a port-channel. 1 when there was one, whatever became of it, else 0; 0 while
+ * the cache is off. */
+uint32_t varn_pc_remove_entry_by_if_index(uint32_t pc_ifindex);
+
+/* Makes every bucket of a port-channel ask again. 1, or 0 without an entry (reported) and while the
+ * cache is off or port-channels are not cached. */
+uint32_t varn_pc_invalidate(uint32_t pc_ifindex);
+
+/* The same for the port-channel of a member port. Gives that port-channel's if-index, also when it
+ * has no entry or the cache is off, or 0: port-channels not cached, no physical port, in no bundle,
+ * or a failure (reported). */
+uint32_t varn_pc_invalidate_entry_by_phy_if(uint32_t port_ifindex);
+
+/*
+ * The member port that serves hash bucket rbh (0 to 15; more is the caller's fault, and a debug
+ * build stops) of a port-channel, from aggsvc_get_pc_mbr_ifidx_from_rbh, whose rbh is wider. 0 for
+ * success and 1 for every failure (reported), never the service's code. While the cache is off with
+ * port-channels still cached it fails without asking. *member is 0 unless the service wrote it.
+ */
+uint32_t varn_aggsvc_get_pc_mbr_ifidx_from_rbh(uint32_t pc_ifindex, uint8_t rbh, uint32_t *member);
+
+/* ---- VLAN cache ------------------------------------------------------------------------------ */
+
+/* Gives the entry of a VLAN, created where it was missing and refreshed where it was dirty, or null
+ * (errno is ENOMEM when memory was wanting). Null, without a look, while the cache is off. */
+varn_vlan_entry_t *varn_vlan_create_entry_by_vlan(uint16_t vlan);
+
+/* File an entry; take it out and free it. 1, or 0 for null (silently) and on failure (reported). */
+uint32_t varn_vlan_insert_entry(varn_vlan_entry_t *entry);
+uint32_t varn_vlan_delete_entry(varn_vlan_entry_t *entry);
+
+/* Deletes the entry of a VLAN, and takes the interface of that VLAN out of the Lif table where its
+ * lif is cached, known and clean. 1 when there was a VLAN entry, whatever became of it, else 0; 0
+ * while the cache is off. */
+uint32_t varn_vlan_remove_entry_by_vlan(int vlan);
+
+/* Asks for everything dirty in an entry. Unless all of it succeeds the entry stays as dirty as it
+ * was. Always 1; 0 for null. */
+uint32_t varn_vlan_update_entry(varn_vlan_entry_t *entry);
+
+/* Asks again for everything that is cached of a VLAN. 1, or 0 without an entry and while the cache
+ * is off; none is created. */
+uint32_t varn_vlan_update_vlan(uint16_t vlan);
+
+/* Replace the dirty mask of an entry, of a VLAN's entry (created where missing), or of all entries,
+ * by a mask of the configuration: level 1 med, 2 crit, 3 sync, any other value low. 1, or 0 while
+ * the cache is off or when the walk could not start (reported). */
+void varn_flush_vlan_entry(varn_vlan_entry_t *entry, uint32_t level);
+uint32_t varn_vlan_flush_vlan(uint16_t vlan, uint32_t level);
+uint32_t varn_vlan_flush_all(uint32_t level);
+
+/* Bridge domain of a VLAN, from vlan_get_bd. From the cache the result is 0 even when the service
+ * had failed. The key's vinst goes to the service; the cache looks at the VLAN alone. */
+uint32_t varn_vlan_get_bd(vlan_key_t key, uint16_t *bd);
+
+/*
+ * Flood destination index and bridge domain of a VLAN, from vlan_get_bd and idxsvc_lib_bd_to_di.
+ * From the cache the result is 0 even when both had failed; otherwise it is that of
+ * idxsvc_lib_bd_to_di, asked with *bd as vlan_get_bd left it: give *bd a value first. Hits and
+ * misses are counted on the bd row.
+ */
+uint32_t varn_vlan_to_flood_di(uint16_t vlan, uint32_t *di, uint16_t *bd);
+
+/* Primary VLAN of a VLAN, from vlan_get_bd_and_primary_vlan. Always 0, service errors included. */
+uint32_t varn_pvlan_get_pvlan(int vlan, uint32_t *pvlan);
 
 /* ---- Notification records -------------------------------------------------------------------- */
 
@@ -671,6 +880,87 @@ typedef struct varn_fop_update {
     uint32_t old_member; /* if-index; 0 = none */
     uint32_t new_member; /* if-index; 0 = none */
 } varn_fop_update_t;
+
+/* ---- Notification handlers ------------------------------------------------------------------- */
+
+/*
+ * A client hands each notification to its handler, on the thread on which it calls the rest of the
+ * library. A handler rewrites, dirties, creates or removes exactly what the notification changes.
+ */
+
+/* Physical link state. 1 when an entry was removed or updated or its creation was tried, 0 while
+ * the cache is off and for an interface without an entry that went away. */
+uint32_t varn_update_phy_state(const varn_phy_update_t *update);
+
+/* L2 state. 0, -1 while the cache is off or without an entry, or the error of if_index_get_type. */
+int32_t varn_update_l2_state(const varn_l2_update_t *update);
+
+/*
+ * L3 state. An iod of 0 in the record is filled in. 0, -1 while the cache is off or without an
+ * entry that the notification may create (whether the creation succeeds is not told), or the error
+ * of if_index_get_type or ifsvc_get_iod_frm_ifindex.
+ */
+int32_t varn_update_l3_state(varn_l3_update_t *update);
+
+/*
+ * Changes of single attributes. They create no entry. 1, or 0 while the cache is off or without an
+ * entry; from varn_update_vlan 0 also when the VLAN is not cached and its service gives 0.
+ */
+uint32_t varn_update_switchport(int32_t iod);
+uint32_t varn_update_l2_bundle_state(const varn_l2_update_t *update);
+uint32_t varn_update_l3_bundle_state(const varn_l3_update_t *update);
+uint32_t varn_update_l3_param(const varn_l3_param_update_t *update, const bitset_t *changed);
+uint32_t varn_update_vlan(int32_t iod);
+uint32_t varn_remove_extension0(int32_t iod);
+
+/* Sets the linkup dirty bit of an entry to the low bit of `set`. Exactly one of iod and if_index is
+ * given, the other is 0. 0, or -1. */
+int32_t varn_update_is_linkup_dirty_bit(int32_t iod, uint32_t if_index, int32_t set);
+
+/*
+ * Router MAC, which is stored as it is. 0, or -1 when MAC addresses are not cached or there is no
+ * entry. varn_enabled is not asked. An entry whose iod is dirty is refreshed first, and removed if
+ * that fails for another iod.
+ */
+int32_t varn_update_router_mac(const varn_mac_update_t *update);
+
+/*
+ * First operational member of a port-channel. A change to none removes the entry. Without an entry
+ * one is created when there was no member before, and nothing is done otherwise. 1 when it was
+ * updated, created or removed, else 0.
+ */
+uint32_t varn_update_aggsvc_fop(const varn_fop_update_t *update);
+
+/* ---- Diagnostics ----------------------------------------------------------------------------- */
+
+/*
+ * Dumps go piece by piece to varn.config.print with the caller's arg. Without that callback, or
+ * with an arg of 0, nothing is printed. varn_print_global, which is also the first half of
+ * varn_dump, and the printers of one given entry work while the cache is off; everything else
+ * prints nothing then. The port-channel tables also need VARN_BIT_PC.
+ */
+void varn_print_global(uintptr_t arg); /* configuration, counters, hits and misses */
+void varn_dump(uintptr_t arg);         /* that, table statistics, iod bitmap */
+void varn_if_dump(uintptr_t arg);      /* every entry of the four interface tables */
+void varn_pc_dump(uintptr_t arg);
+void varn_vlan_dump(uintptr_t arg);
+void varn_print_stats(uintptr_t arg, ht_t *table);
+void varn_dump_iod_bmp(uintptr_t arg); /* the words of varn_iodbmp that forbid something */
+void varn_if_print_table(uintptr_t arg, ht_t *table);
+void varn_iod_print_table(uintptr_t arg, ht_t *table);
+void varn_pi_print_table(uintptr_t arg, ht_t *table);
+void varn_lif_print_table(uintptr_t arg, ht_t *table);
+void varn_pc_print_table(uintptr_t arg, ht_t *table);
+void varn_vlan_print_table(uintptr_t arg, ht_t *table);
+void varn_if_entry_print(uintptr_t arg, const varn_if_entry_t *entry);
+void varn_if_print_iod(uintptr_t arg, uint32_t iod);
+void varn_pc_entry_print(uintptr_t arg, const varn_pc_entry_t *entry);
+void varn_pc_print(uintptr_t arg, uint32_t pc_ifindex);
+void varn_vlan_entry_print(uintptr_t arg, const varn_vlan_entry_t *entry);
+void varn_vlan_print(uintptr_t arg, uint16_t vlan);
+
+/* Gives "0011.2233.4455" for six bytes, in one of 8 static buffers used in turn. */
+const char *varn_format_mac(const uint8_t *mac);
 
 #pragma GCC visibility pop
 
@@ -795,8 +1085,18 @@ VARN_PIN(varn_global_t, pc_allocs, VARN_BY_POINTER(1656, 2096));
 VARN_PIN(varn_global_t, pc_frees, VARN_BY_POINTER(1664, 2104));
 VARN_ASSERT(sizeof(varn_global_t) == VARN_BY_POINTER(1672, 2112));
 
+VARN_PIN(varn_index_counters_t, inserts, 0);
+VARN_PIN(varn_index_counters_t, removes, 8);
+VARN_PIN(varn_index_counters_t, insert_fail, 16);
+VARN_PIN(varn_index_counters_t, remove_fail, 24);
+VARN_PIN(varn_vlan_counters_t, bd, 0);
+VARN_PIN(varn_vlan_counters_t, findex, 8);
+VARN_PIN(varn_vlan_counters_t, pvlan, 16);
+
+VARN_PIN(varn_phy_update_t, if_index, 0);
 VARN_PIN(varn_phy_update_t, iod, 4);
 VARN_PIN(varn_phy_update_t, state, 8);
+VARN_PIN(varn_l2_update_t, if_index, 0);
 VARN_PIN(varn_l2_update_t, iod, 4);
 VARN_PIN(varn_l2_update_t, vlan_present, 8);
 VARN_PIN(varn_l2_update_t, flags, 14);
@@ -805,12 +1105,15 @@ VARN_PIN(varn_l2_update_t, state, 22);
 VARN_PIN(varn_l2_update_t, mtu, 24);
 VARN_PIN(varn_l2_update_t, vlan_a, 36);
 VARN_PIN(varn_l2_update_t, vlan_b, 40);
+VARN_PIN(varn_l3_update_t, if_index, 0);
 VARN_PIN(varn_l3_update_t, iod, 4);
 VARN_PIN(varn_l3_update_t, state, 8);
 VARN_PIN(varn_l3_update_t, mtu, 12);
 VARN_PIN(varn_l3_param_update_t, iod, 4);
+VARN_PIN(varn_mac_update_t, if_index, 0);
 VARN_PIN(varn_mac_update_t, mac, 4);
 VARN_PIN(varn_mac_update_t, state, 16);
+VARN_PIN(varn_fop_update_t, pc_ifindex, 0);
 VARN_PIN(varn_fop_update_t, old_member, 8);
 VARN_PIN(varn_fop_update_t, new_member, 12);
 VARN_PIN(varn_log_record_t, text, 4);

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// What an attribute is to the cache: a bit, the same in every mask, and a counter slot. The masks
-// and counters are reached through the verbs below and nowhere else.
+// What an attribute is to the cache: a bit, the same in every mask, and a counter slot. An
+// entry's bits are tested, set and cleared by the verbs below.
 //
 // A value field of an entry counts only while its attribute is cached (set in the configuration's
 // sync mask) and not dirty. Whoever stores a service's answer marks the attribute clean, unless the
-// answer is one that must be asked again.
+// answer is one that must be asked again; where a notification handler does otherwise, it says so.
 #ifndef VARN_ATTRIBUTES_H
 #define VARN_ATTRIBUTES_H
 
@@ -51,8 +51,30 @@ inline bool is_dirty(const varn_if_entry_t &entry, attribute a)
     return entry.dirty & VARN_MASK(a.bit);
 }
 
+inline void mark_dirty(varn_if_entry_t &entry, attribute a) { entry.dirty |= VARN_MASK(a.bit); }
 inline void mark_clean(varn_if_entry_t &entry, unsigned bit) { entry.dirty &= ~VARN_MASK(bit); }
 inline void mark_clean(varn_if_entry_t &entry, attribute a) { mark_clean(entry, a.bit); }
+
+// Dirty where the attribute is cached at all, else clean.
+inline void mark_as_cached(varn_if_entry_t &entry, attribute a)
+{
+    is_cached(a) ? mark_dirty(entry, a) : mark_clean(entry, a);
+}
+
+// The set of attributes that a flush with this option concerns.
+inline uint64_t flush_mask(u32 option)
+{
+    switch (option) {
+    case 1:
+        return varn.config.med;
+    case 2:
+        return varn.config.crit;
+    case 3:
+        return varn.config.sync;
+    default:
+        return varn.config.low;
+    }
+}
 
 inline void count_miss(attribute a) { ++varn.misses[a.slot]; }
 inline void count_hit(attribute a) { ++varn.hits[a.slot]; }

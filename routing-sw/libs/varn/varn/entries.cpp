@@ -26,6 +26,7 @@ using namespace ifcache;
 namespace
 {
 
+// Deliberate: not the byte of a release, so that a stale pointer shows which path freed the record.
 constexpr int unfiled_poison = 0x4D;
 constexpr u32 iodbmp_bits = VARN_IODBMP_WORDS * 32;
 
@@ -71,7 +72,8 @@ varn_if_entry_t *allocate_entry(u32 if_index, u32 iod)
     return static_cast<varn_if_entry_t *>(block);
 }
 
-// Everything that is cached starts dirty, but for the key.
+// Everything that is cached starts dirty, but for the key. Deliberate: the MTU too, which is
+// fetched at once and again by the refresh; and pi and lif are left for the refresh to find.
 void set_initial_values(varn_if_entry_t &entry, u32 if_index, u32 iod)
 {
     entry.dirty = varn.config.sync & ~VARN_MASK(VARN_BIT_IF_INDEX);
@@ -135,6 +137,7 @@ varn_if_entry_t *complete(varn_if_entry_t *entry, u32 iod, uint8_t type)
     return entry;
 }
 
+// Deliberate: 1 also while the cache is off and the entry survives.
 u32 destroy_found(varn_if_entry_t *entry)
 {
     if (!entry)
@@ -152,6 +155,7 @@ varn_if_entry_t *varn_if_create_entry_by_if(uint32_t if_index, uint32_t iod, uin
         return nullptr;
     uint8_t type = 0;
     if (if_index_get_type(if_index, &type)) {
+        // Deliberate: the leading blank, here and wherever a handler reports the same.
         REPORT("varn_if_create_entry_by_if", " Invalid interface index 0x%x\n", if_index);
         return nullptr;
     }
@@ -209,6 +213,24 @@ varn_if_entry_t *varn_if_create_entry_by_lif(uint32_t lif)
     if (!varn.config.create_on_miss)
         return nullptr;
     return varn_if_create_entry_by_if(if_index, VARN_NO_IOD, VARN_NO_PI, lif);
+}
+
+varn_if_entry_t *ifcache::entry_of_if(u32 if_index)
+{
+    if (!varn.config.create_on_miss)
+        return find_by_if(if_index);
+    return varn_if_create_entry_by_if(if_index, VARN_NO_IOD, VARN_NO_PI, VARN_NO_LIF);
+}
+
+bool ifcache::is_fresh(varn_if_entry_t *entry, attribute a, uint64_t &refreshes)
+{
+    if (!is_dirty(*entry, a)) {
+        count_hit(a);
+        return true;
+    }
+    count_miss(a);
+    ++refreshes;
+    return varn_if_update_entry(entry, 0);
 }
 
 varn_if_entry_t *varn_find_entry_by_iod(uint32_t iod) { return entry_of_iod(iod); }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Getting the entry of an iod, as every query does.
+// Getting an entry by one of its identifiers, as the queries do.
 #ifndef VARN_ENTRIES_H
 #define VARN_ENTRIES_H
 
@@ -21,6 +21,19 @@ inline varn_if_entry_t *entry_of_iod(u32 iod)
         return entry;
     return create_missing_by_iod(iod);
 }
+
+// Both gates of a query open, and an entry to be had; else null.
+inline varn_if_entry_t *entry_if_cached(u32 iod, attribute a)
+{
+    return is_answered_by_iod(a) ? entry_of_iod(iod) : nullptr;
+}
+
+// The entry of an if-index, created where creation on a miss is on, or null.
+varn_if_entry_t *entry_of_if(u32 if_index);
+
+// Counts a hit on a clean attribute. A dirty one is a miss, which `refreshes` counts too, and the
+// whole entry is refreshed. False: that failed, and the entry may be gone.
+bool is_fresh(varn_if_entry_t *entry, attribute a, uint64_t &refreshes);
 
 } // namespace ifcache
 

@@ -12,10 +12,12 @@ namespace ifcache
 
 inline constexpr unsigned num_extensions = 4;
 
-// Asks for extension k of the entry's interface under its configured key and stores the answer:
-// through decoder k, which also leaves the size of the private data in the entry, else as the
-// service has it.
+// Asks for extension k of an interface under its configured key and stores the answer: through
+// decoder k, with the size of the private data left in the entry, else as the service has it.
 void fetch_extension(varn_if_entry_t &entry, unsigned k);
+
+// A value of 0 means not set, and is asked again.
+void mark_by_value(varn_if_entry_t &entry, unsigned k);
 
 } // namespace ifcache
 

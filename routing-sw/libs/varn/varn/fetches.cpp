@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// MAC address and VLAN, as the interface manager gives them. The MAC address passes through one
-// static buffer that every call overwrites.
+// MAC address, VLAN and the two questions that go in a request record. The MAC address passes
+// through one static buffer that every call overwrites.
 #include "fetches.h"
 
 #include <cstring>
 
+#include "aggsvc.h"
 #include "ifsvc.h"
 
 namespace
@@ -46,6 +47,27 @@ vlan_source fetch_vlan(varn_if_entry_t &entry, u32 iod)
         entry.port_mode = port_mode;
     }
     return vlan_source::switchport_or_none;
+}
+
+u32 ask_first_member(u32 pc_ifindex, u32 &member)
+{
+    aggsvc_pc_info_t info{}; // zeros, so that an answer left out reads as none
+    info.pc_ifindex = pc_ifindex;
+    if (const u32 code = aggsvc_get_pc_info(&info))
+        return code;
+    if (info.first_operational_mbr == 0)
+        return VARN_ERR_NO_MEMBER;
+    member = info.first_operational_mbr;
+    return 0;
+}
+
+u32 ask_port_mode(u32 if_index, u32 &port_mode)
+{
+    ifsvc_port_mode_t request{};
+    request.if_index = if_index;
+    const u32 code = ifsvc_get_ifindex_port_mode_list(&request, 1);
+    port_mode = request.port_mode;
+    return code;
 }
 
 } // namespace ifcache

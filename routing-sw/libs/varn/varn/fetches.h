@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The fetches that are more than one number and that the queries and the refresh share. Each asks
-// the service and stores the answer; what becomes of the dirty bit is for the caller to say.
+// The questions that are more than one number and that several files ask. Those that store an
+// answer leave the dirty bit to the caller.
 #ifndef VARN_FETCHES_H
 #define VARN_FETCHES_H
 
@@ -21,6 +21,13 @@ enum class vlan_source { sub_interface, switchport_or_none };
 // Stores the VLAN of a VLAN sub-interface, or access VLAN and port mode of a switchport; leaves the
 // fields alone for any other interface. Tells where the VLAN came from.
 vlan_source fetch_vlan(varn_if_entry_t &entry, u32 iod);
+
+// Asks for the first operational member of a port-channel: 0 with the member, VARN_ERR_NO_MEMBER,
+// or the service's code.
+u32 ask_first_member(u32 pc_ifindex, u32 &member);
+
+// Asks for the port mode of an interface: the service's code, with the mode as the service left it.
+u32 ask_port_mode(u32 if_index, u32 &port_mode);
 
 } // namespace ifcache
 

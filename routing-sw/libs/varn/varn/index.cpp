@@ -20,6 +20,7 @@ namespace
 {
 
 constexpr u32 if_hash_prime = 15991;
+// Deliberate: not the byte of a record that was never filed.
 constexpr int released_poison = 0x4C;
 
 u32 key_of(const void *key) { return *static_cast<const u32 *>(key); }

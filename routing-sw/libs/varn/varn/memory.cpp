@@ -53,7 +53,7 @@ void *ifcache::allocate(varn_mem_type_t type, size_t size, const char *source, s
         return block;
     std::printf("Warning! Malloc Failure in %s[%d] for size %d\n", source, at.line,
                 static_cast<int>(size));
-    TRACE("%s: Malloc failure\n", at.function);
+    TRACE("%s: Malloc failure\n", at.function); // Deliberate: a trace, not a report.
     errno = ENOMEM;
     return nullptr;
 }

@@ -59,12 +59,18 @@ void trace(const char *format, values... v)
 
 #pragma GCC diagnostic pop
 
+// An address as a message with 0x%x shows it.
+inline unsigned low_word(const void *address)
+{
+    return static_cast<unsigned>(reinterpret_cast<uintptr_t>(address));
+}
+
 } // namespace ifcache
 
 // Never evaluated: it is there for the compiler's check of the format.
 #define CHECK_FORMAT(...) static_cast<void>(sizeof(std::printf(__VA_ARGS__)))
 
-// The function's exported name is passed on from where the client entered the library.
+// `function` is the exported name under which the message is known, typed out at the site.
 #define REPORT(function, ...)                                                                      \
     (CHECK_FORMAT(__VA_ARGS__), ifcache::report({function, __LINE__}, __VA_ARGS__))
 

@@ -6,7 +6,7 @@
 // entry or passed on by the service). A query that departs from the road is a function of its own
 // below it.
 //
-// A dirty attribute counts as a miss and not as an update; only refreshes and notifications update.
+// A dirty attribute counts as a miss and not as an update: a query never updates.
 #include <cstring>
 
 #include "attributes.h"
@@ -22,11 +22,6 @@ using namespace ifcache;
 
 namespace
 {
-
-varn_if_entry_t *entry_if_cached(u32 iod, attribute a)
-{
-    return is_answered_by_iod(a) ? entry_of_iod(iod) : nullptr;
-}
 
 // Null: the service is to be asked. `fetch` stores an answer in the entry and says whether it
 // counts; one that does not leaves the attribute dirty.
@@ -48,12 +43,14 @@ varn_if_entry_t *fresh_entry(u32 iod, attribute a, fetcher fetch)
     return entry;
 }
 
+bool counts(zero when_zero, u32 value) { return value || when_zero == zero::is_an_answer; }
+
 template <const scalar &row>
 u32 cached(u32 iod)
 {
     const varn_if_entry_t *entry = fresh_entry(iod, row.id, [iod](varn_if_entry_t &dirty) {
         row.store(dirty, row.ask(iod));
-        return row.when_zero == zero::is_an_answer || row.load(dirty) != 0;
+        return counts(row.when_zero, row.load(dirty));
     });
     return entry ? row.load(*entry) : row.pass(row.ask(iod));
 }
@@ -66,7 +63,7 @@ varn_if_entry_t *entry_with_mac(u32 iod)
     });
 }
 
-// The type never goes stale, so that neither a hit nor a dirty bit has a meaning.
+// Deliberate: no hit is counted and no dirty bit looked at; the type never goes stale.
 u32 is_of_type(u32 iod, uint8_t type, u32 (*ask)(u32 iod))
 {
     const varn_if_entry_t *entry = entry_if_cached(iod, if_type_attribute);
@@ -90,16 +87,10 @@ bool fetch_vlan_info(varn_if_entry_t &dirty, u32 iod)
 }
 
 // A dirty iod bit means that nothing about the entry's identity is sure: the whole entry is
-// refreshed. False: the refresh failed, and the entry may be gone.
+// refreshed.
 bool has_sure_identity(varn_if_entry_t *entry)
 {
-    if (!is_dirty(*entry, iod_attribute)) {
-        count_hit(iod_attribute);
-        return true;
-    }
-    count_miss(iod_attribute);
-    ++varn.iod_refreshes;
-    return varn_if_update_entry(entry, 0);
+    return is_fresh(entry, iod_attribute, varn.iod_refreshes);
 }
 
 // Names are handed out in turn from a ring, so that ten of them stand side by side.

@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Bringing one entry up to date: every dirty attribute is asked of its service, in a fixed order,
-// and stored. First the identity: the if-index must still belong to the entry's iod, and the entry
+// Bringing one entry up to date: what is dirty is asked of its service, in a fixed order, and
+// stored. First the identity: the if-index must still belong to the entry's iod, and the entry
 // follows its pi and lif through the tables. Then the values.
 //
 // Only the dirty mask decides what is asked; the sync mask is not looked at, but for the
-// extensions. An answer of zero to a question that knows no zero is stored and stays dirty.
-#include "aggsvc.h"
+// extensions. An answer of zero to a question that knows no zero leaves its attribute dirty.
 #include "attributes.h"
 #include "extensions.h"
 #include "fetches.h"
@@ -55,6 +54,7 @@ u32 ask_pi(varn_if_entry_t &entry, uint8_t type)
     return code ? VARN_NO_PI : pi;
 }
 
+// Deliberate: counted whatever the delete returned; the lif does likewise.
 void drop_pi_link(varn_if_entry_t &holder, varn_if_entry_t &refreshed)
 {
     varn_pi_delete_entry(&holder);
@@ -183,33 +183,6 @@ void refresh_lif(varn_if_entry_t &entry, bool is_new)
 
 // ---- Values
 
-template <const scalar &row>
-void fetch(varn_if_entry_t &entry)
-{
-    row.store(entry, row.ask(entry.iod));
-    count_update(row.id);
-}
-
-template <const scalar &row>
-void refresh_flag(varn_if_entry_t &entry)
-{
-    if (!is_dirty(entry, row.id))
-        return;
-    fetch<row>(entry);
-    mark_clean(entry, row.id);
-}
-
-// Deliberate: a zero is asked again, the MTU's too, which a query takes for an answer.
-template <const scalar &row>
-void refresh_value(varn_if_entry_t &entry)
-{
-    if (!is_dirty(entry, row.id))
-        return;
-    fetch<row>(entry);
-    if (row.load(entry))
-        mark_clean(entry, row.id);
-}
-
 void refresh_aggsvc_if(varn_if_entry_t &entry, uint8_t type)
 {
     if (!is_dirty(entry, aggsvc_if_attribute))
@@ -219,11 +192,10 @@ void refresh_aggsvc_if(varn_if_entry_t &entry, uint8_t type)
         return;
     }
     count_update(aggsvc_if_attribute);
-    aggsvc_pc_info_t info{};
-    info.pc_ifindex = entry.if_index;
-    if (aggsvc_get_pc_info(&info) || info.first_operational_mbr == 0)
+    u32 member = 0;
+    if (ask_first_member(entry.if_index, member))
         return;
-    entry.aggsvc_if = info.first_operational_mbr;
+    entry.aggsvc_if = member;
     mark_clean(entry, aggsvc_if_attribute);
 }
 
@@ -255,15 +227,15 @@ void refresh_ips(varn_if_entry_t &entry, uint8_t type)
 {
     if (!is_dirty(entry, ips_attribute) || type != IF_INDEX_TYPE_PHYSICAL)
         return;
-    ifsvc_port_mode_t request{};
-    request.if_index = entry.if_index;
-    ifsvc_get_ifindex_port_mode_list(&request, 1);
+    u32 port_mode = 0;
+    ask_port_mode(entry.if_index, port_mode);
     entry.ips = 1;
     mark_clean(entry, ips_attribute);
     count_update(ips_attribute);
 }
 
-// The flag is_vlan comes along; its own dirty bit, and that of the parent, are left alone.
+// Deliberate: the flag is_vlan comes along and the same question is asked twice; its own dirty bit,
+// and that of the parent, are left alone.
 void refresh_vlan(varn_if_entry_t &entry)
 {
     if (!is_dirty(entry, vlan_attribute))

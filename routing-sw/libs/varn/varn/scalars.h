@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// One row for each attribute that is one number: which attribute it is, whom to ask, how the entry
-// keeps it. The cached queries and the refresh read the same rows. How each of them treats a
-// fetched zero is told at the one place where it does so: a query looks at the row's when_zero, a
-// refresh has two verbs of its own.
+// One row for each attribute that is one number asked for by iod: which attribute it is, whom to
+// ask, how the entry keeps it. The cached queries and the refresh read the same rows. How each of
+// them treats a fetched zero is told at the one place where it does so: a query looks at the row's
+// when_zero, a refresh has two verbs of its own.
 #ifndef VARN_SCALARS_H
 #define VARN_SCALARS_H
 
@@ -156,6 +156,40 @@ inline constexpr scalar base_tid{
     .pass = unchanged,
     .when_zero = zero::asks_again,
 };
+
+// Asks for the attribute, stores the answer and counts an update. The dirty bit is left alone.
+template <const scalar &row>
+void update(varn_if_entry_t &entry, u32 iod)
+{
+    row.store(entry, row.ask(iod));
+    count_update(row.id);
+}
+
+template <const scalar &row>
+void update_and_clean(varn_if_entry_t &entry, u32 iod)
+{
+    update<row>(entry, iod);
+    mark_clean(entry, row.id);
+}
+
+// What a refresh makes of a dirty attribute.
+template <const scalar &row>
+void refresh_flag(varn_if_entry_t &entry)
+{
+    if (is_dirty(entry, row.id))
+        update_and_clean<row>(entry, entry.iod);
+}
+
+// Deliberate: a zero is asked again, the MTU's too, which a query takes for an answer.
+template <const scalar &row>
+void refresh_value(varn_if_entry_t &entry)
+{
+    if (!is_dirty(entry, row.id))
+        return;
+    update<row>(entry, entry.iod);
+    if (row.load(entry))
+        mark_clean(entry, row.id);
+}
 
 } // namespace ifcache
 
