@@ -6,3 +6,9 @@ install(TARGETS varn_platform varn_platform_static
 install(FILES routing-sw/libs/varn/varn.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/varn)
 install(DIRECTORY "${VARN_PLATFORM_DIR}/" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/varn
     FILES_MATCHING PATTERN "*.h")
+if(VARN_DEVICE)
+    install(TARGETS varn_device LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    install(TARGETS varn-deviced RUNTIME DESTINATION ${CMAKE_INSTALL_SBINDIR})
+    install(TARGETS varnsh RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(FILES device/client/varn_device.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/varn)
+endif()

@@ -1,0 +1,375 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// requests.cpp: the table of requests. Most rows have one of four shapes, each a template told
+// once: a field of an interface named by its iod, the same worked out by the model, and both again
+// for an interface named by its if-index or another number. Only what is left has a function of its
+// own. sd-bus has checked the arguments against the row's signature before an answer runs.
+#include "requests.h"
+
+#include <cstring>
+#include <functional>
+
+#include "device/runtime/if_index_types.h"
+#include "if_index.h"
+#include "wire.h"
+
+namespace device
+{
+namespace
+{
+
+using finder = const interface *(device_model::*)(u32) const;
+
+const interface *find_by_iod(const device_model &model, u32 iod) { return model.find_iod(iod); }
+
+int unknown(const call &c, const char *what, u32 number)
+{
+    return sd_bus_error_setf(c.error, wire::no_such_interface, "no interface has %s 0x%x", what,
+                             number);
+}
+
+int no_value(const call &c, const interface &asked, const char *what)
+{
+    return sd_bus_error_setf(c.error, wire::no_such_value, "%s has no %s", asked.name.c_str(),
+                             what);
+}
+
+int give(const call &c, u32 value) { return sd_bus_reply_method_return(c.request, "u", value); }
+
+int give(const call &c, char type, const void *values, std::size_t bytes)
+{
+    sd_bus_message *reply = nullptr;
+    int result = sd_bus_message_new_method_return(c.request, &reply);
+    if (result >= 0)
+        result = sd_bus_message_append_array(reply, type, values, bytes);
+    if (result >= 0)
+        result = sd_bus_send(nullptr, reply, nullptr);
+    sd_bus_message_unref(reply);
+    return result;
+}
+
+// Finds the interface whose iod stands first in the request; null: the error is set.
+const interface *asked_by_iod(const call &c, int &failure)
+{
+    u32 iod = 0;
+    failure = sd_bus_message_read(c.request, "u", &iod);
+    if (failure < 0)
+        return nullptr;
+    const interface *asked = find_by_iod(c.model, iod);
+    if (asked == nullptr)
+        failure = unknown(c, "iod", iod);
+    return asked;
+}
+
+template <finder find>
+const interface *asked_by(const call &c, const char *what, int &failure)
+{
+    u32 number = 0;
+    failure = sd_bus_message_read(c.request, "u", &number);
+    if (failure < 0)
+        return nullptr;
+    const interface *asked = (c.model.*find)(number);
+    if (asked == nullptr)
+        failure = unknown(c, what, number);
+    return asked;
+}
+
+// A field or a function of the interface itself.
+template <auto member>
+int of_iod(const call &c)
+{
+    int failure = 0;
+    const interface *asked = asked_by_iod(c, failure);
+    return asked == nullptr ? failure : give(c, static_cast<u32>(std::invoke(member, *asked)));
+}
+
+template <u8 type>
+int iod_has_type(const call &c)
+{
+    int failure = 0;
+    const interface *asked = asked_by_iod(c, failure);
+    return asked == nullptr ? failure : give(c, asked->type == type);
+}
+
+// What takes the rest of the model to say.
+template <auto work_out>
+int model_of_iod(const call &c)
+{
+    int failure = 0;
+    const interface *asked = asked_by_iod(c, failure);
+    return asked == nullptr ? failure : give(c, (c.model.*work_out)(*asked));
+}
+
+template <finder find, auto member>
+int translate(const call &c)
+{
+    int failure = 0;
+    const interface *asked = asked_by<find>(c, "number", failure);
+    if (asked == nullptr)
+        return failure;
+    const u32 value = std::invoke(member, *asked);
+    return value == no_index ? no_value(c, *asked, "such number") : give(c, value);
+}
+
+int not_kept(const call &c)
+{
+    return sd_bus_error_setf(c.error, wire::not_kept, "this device does not keep that state");
+}
+
+int src_mac(const call &c)
+{
+    int failure = 0;
+    const interface *asked = asked_by_iod(c, failure);
+    if (asked == nullptr)
+        return failure;
+    return give(c, 'y', asked->mac.data(), asked->mac.size());
+}
+
+int vlan_info(const call &c)
+{
+    int failure = 0;
+    const interface *asked = asked_by_iod(c, failure);
+    if (asked == nullptr)
+        return failure;
+    const u32 vlan = c.model.access_vlan(*asked);
+    if (vlan == 0)
+        return no_value(c, *asked, "access VLAN");
+    return sd_bus_reply_method_return(c.request, "quu", wire::vinst, vlan,
+                                      c.model.port_mode(*asked));
+}
+
+int name_of_iod(const call &c)
+{
+    int failure = 0;
+    const interface *asked = asked_by_iod(c, failure);
+    return asked == nullptr ? failure
+                            : sd_bus_reply_method_return(c.request, "s", asked->name.c_str());
+}
+
+int name_of_if_index(const call &c)
+{
+    int failure = 0;
+    const interface *asked = asked_by<&device_model::find_if_index>(c, "if-index", failure);
+    return asked == nullptr ? failure
+                            : sd_bus_reply_method_return(c.request, "s", asked->name.c_str());
+}
+
+int svi_of_vlan(const call &c)
+{
+    u16 vinst = 0;
+    u32 vlan = 0;
+    const int result = sd_bus_message_read(c.request, "qu", &vinst, &vlan);
+    if (result < 0)
+        return result;
+    u32 if_index = 0;
+    if (vlan > 0xFFFF || if_index_vlan_port_init(&if_index, static_cast<u16>(vlan), vinst) != 0)
+        return give(c, 0);
+    const interface *svi = c.model.find_if_index(if_index);
+    return give(c, svi == nullptr ? 0 : svi->iod);
+}
+
+int table_id(const call &c)
+{
+    int failure = 0;
+    const interface *asked = asked_by_iod(c, failure);
+    if (asked == nullptr)
+        return failure;
+    u32 family = 0;
+    const char *name = nullptr;
+    const int result = sd_bus_message_read(c.request, "us", &family, &name);
+    if (result < 0)
+        return result;
+    if (family != family_ipv4 || std::strcmp(name, "base") != 0)
+        return no_value(c, *asked, "such table");
+    return give(c, c.model.table_id(*asked));
+}
+
+int port_modes(const call &c)
+{
+    const void *if_indexes = nullptr;
+    std::size_t bytes = 0;
+    const int result = sd_bus_message_read_array(c.request, 'u', &if_indexes, &bytes);
+    if (result < 0)
+        return result;
+    std::vector<u32> modes;
+    for (std::size_t n = 0; n < bytes / sizeof(u32); ++n) {
+        const u32 if_index = static_cast<const u32 *>(if_indexes)[n];
+        const interface *asked = c.model.find_if_index(if_index);
+        if (asked == nullptr)
+            return unknown(c, "if-index", if_index);
+        modes.push_back(c.model.port_mode(*asked));
+    }
+    return give(c, 'u', modes.data(), modes.size() * sizeof(u32));
+}
+
+int port_channel_of_port(const call &c)
+{
+    int failure = 0;
+    const interface *asked = asked_by<&device_model::find_if_index>(c, "if-index", failure);
+    return asked == nullptr ? failure : give(c, c.model.port_channel_if_index(*asked));
+}
+
+int first_member(const call &c)
+{
+    int failure = 0;
+    const interface *asked = asked_by<&device_model::find_if_index>(c, "if-index", failure);
+    if (asked == nullptr)
+        return failure;
+    if (asked->masters != mastery::port_channel)
+        return no_value(c, *asked, "members: it is no port-channel");
+    return give(c, c.model.first_operational_member(*asked));
+}
+
+// What is attached under the key that follows the iod; an empty attachment where there is none.
+int find_attachment(const call &c, attachment &found)
+{
+    int failure = 0;
+    const interface *asked = asked_by_iod(c, failure);
+    if (asked == nullptr)
+        return failure;
+    u32 key = 0;
+    const int result = sd_bus_message_read(c.request, "u", &key);
+    const auto at = asked->attachments.find(key);
+    if (result >= 0 && at != asked->attachments.end())
+        found = at->second;
+    return result;
+}
+
+int extension(const call &c)
+{
+    attachment found;
+    const int result = find_attachment(c, found);
+    return result < 0 ? result : give(c, found.extension);
+}
+
+int private_data(const call &c)
+{
+    attachment found;
+    const int result = find_attachment(c, found);
+    return result < 0 ? result : give(c, 'y', found.block.data(), found.block.size());
+}
+
+int attach(const call &c)
+{
+    u32 iod = 0, key = 0, value = 0;
+    const void *block = nullptr;
+    std::size_t size = 0;
+    int result = sd_bus_message_read(c.request, "uuu", &iod, &key, &value);
+    if (result >= 0)
+        result = sd_bus_message_read_array(c.request, 'y', &block, &size);
+    if (result < 0)
+        return result;
+    interface *to = c.model.find_iod(iod);
+    if (to == nullptr)
+        return unknown(c, "iod", iod);
+    const auto *bytes = static_cast<const u8 *>(block);
+    to->attachments[key] = {value, std::vector<u8>(bytes, bytes + size)};
+    return sd_bus_reply_method_return(c.request, "");
+}
+
+int list_iods(const call &c)
+{
+    std::vector<u32> iods;
+    for (const auto &[iod, known] : c.model.interfaces())
+        iods.push_back(iod);
+    return give(c, 'u', iods.data(), iods.size() * sizeof(u32));
+}
+
+int stats(const call &c)
+{
+    return sd_bus_reply_method_return(c.request, "tt", c.all_clients.answered,
+                                      c.this_client.answered);
+}
+
+#define NAMED(x) x "\0"
+constexpr char iod_answer[] = NAMED("iod") NAMED("answer");
+constexpr char if_index_answer[] = NAMED("if_index") NAMED("answer");
+constexpr char key_answer[] = NAMED("iod") NAMED("key") NAMED("answer");
+constexpr char vlan_bd[] = NAMED("vinst") NAMED("vlan") NAMED("bd");
+constexpr char iod_vlan_info[] = NAMED("iod") NAMED("vinst") NAMED("vlan") NAMED("mode");
+constexpr char modes[] = NAMED("if_indexes") NAMED("modes");
+constexpr char lif_answer[] = NAMED("lif") NAMED("answer");
+constexpr char si_answer[] = NAMED("si") NAMED("answer");
+constexpr char vlan_iod[] = NAMED("vinst") NAMED("vlan") NAMED("iod");
+constexpr char iod_table[] = NAMED("iod") NAMED("family") NAMED("name") NAMED("answer");
+constexpr char rbh_member[] = NAMED("if_index") NAMED("rbh") NAMED("member");
+constexpr char vlan_bd_primary[] = NAMED("vinst") NAMED("vlan") NAMED("bd") NAMED("primary");
+constexpr char bd_di[] = NAMED("bd") NAMED("di");
+constexpr char attachment_in[] = NAMED("iod") NAMED("key") NAMED("extension") NAMED("block");
+constexpr char iods_out[] = NAMED("iods");
+constexpr char counts[] = NAMED("all_clients") NAMED("this_client");
+using model = device_model;
+
+// clang-format off
+constexpr request table[] = {
+    { "IsLinkup",           "u",     "u",   iod_answer,      of_iod<&interface::link> },
+    { "IsProtoup",          "u",     "u",   iod_answer,      of_iod<&interface::protoup> },
+    { "IsSwitchport",       "u",     "u",   iod_answer,      model_of_iod<&model::is_switchport> },
+    { "IsSwitchingEnabled", "u",     "u",   iod_answer,      model_of_iod<&model::is_switching> },
+    { "IsEthernet",         "u",     "u",   iod_answer,      of_iod<&interface::ethernet> },
+    { "IsVlan",             "u",     "u",   iod_answer,      of_iod<&interface::is_vlan> },
+    { "IsNull0",            "u",     "u",   iod_answer,      iod_has_type<IF_INDEX_TYPE_NULL0> },
+    { "IsNativeP2p",        "u",     "u",   iod_answer,      of_iod<&interface::p2p> },
+    { "IsLoopback",         "u",     "u",   iod_answer,      of_iod<&interface::loopback> },
+    { "IsMvpnTunnel",       "u",     "u",   iod_answer,
+      iod_has_type<IF_INDEX_TYPE_MVPN_TUNNEL> },
+    { "IsGreTunnel",        "u",     "u",   iod_answer,      iod_has_type<IF_INDEX_TYPE_GRE> },
+    { "IsPortChannel",      "u",     "u",   iod_answer,      iod_has_type<IF_INDEX_TYPE_PC> },
+    { "IsCbus",             "u",     "u",   iod_answer,      iod_has_type<IF_INDEX_TYPE_CBUS> },
+    { "IsMgmtether",        "u",     "u",   iod_answer,      iod_has_type<IF_INDEX_TYPE_MGMT> },
+    { "IsDciTunnel",        "u",     "u",   iod_answer,
+      iod_has_type<IF_INDEX_TYPE_DCI_TUNNEL> },
+    { "IsDciOverlay",       "u",     "u",   iod_answer,
+      iod_has_type<IF_INDEX_TYPE_DCI_OVERLAY> },
+    { "Is6to4Tunnel",       "u",     "u",   iod_answer,      iod_has_type<IF_INDEX_TYPE_6TO4> },
+    { "IsMplsTunnel",       "u",     "u",   iod_answer,
+      iod_has_type<IF_INDEX_TYPE_MPLS_TUNNEL> },
+
+    { "GetMtu",             "u",     "u",   iod_answer,      of_iod<&interface::mtu> },
+    { "GetEncapType",       "u",     "u",   iod_answer,      of_iod<&interface::encap> },
+    { "GetVlanId",          "u",     "u",   iod_answer,      of_iod<&interface::vlan> },
+    { "GetParent",          "u",     "u",   iod_answer,
+      model_of_iod<&model::parent_if_index> },
+    { "GetSrcMac",          "u",     "ay",  iod_answer,      src_mac },
+    { "GetVlanInfo",        "u",     "quu", iod_vlan_info,   vlan_info },
+    { "GetPortModes",       "au",    "au",  modes,           port_modes },
+
+    { "IodToIfIndex",       "u",     "u",   iod_answer,      of_iod<&interface::if_index> },
+    { "IfIndexToIod",       "u",     "u",   if_index_answer,
+      translate<&model::find_if_index, &interface::iod> },
+    { "IfIndexToLif",       "u",     "u",   if_index_answer,
+      translate<&model::find_if_index, &interface::lif> },
+    { "LifToIfIndex",       "u",     "u",   lif_answer,
+      translate<&model::find_lif, &interface::if_index> },
+    { "IfIndexToDi",        "u",     "u",   if_index_answer,
+      translate<&model::find_if_index, &interface::port_index> },
+    { "SiToIfIndex",        "u",     "u",   si_answer,
+      translate<&model::find_port_index, &interface::if_index> },
+    { "VlanToSvi",          "qu",    "u",   vlan_iod,        svi_of_vlan },
+    { "IodToName",          "u",     "s",   iod_answer,      name_of_iod },
+    { "IfIndexToName",      "u",     "s",   if_index_answer, name_of_if_index },
+
+    { "GetContextId",       "u",     "u",   iod_answer,      model_of_iod<&model::context_id> },
+    { "GetTableId",         "uus",   "u",   iod_table,       table_id },
+
+    { "GetPortChannel",     "u",     "u",   if_index_answer, port_channel_of_port },
+    { "GetFirstMember",     "u",     "u",   if_index_answer, first_member },
+    { "GetMemberOfRbh",     "uu",    "u",   rbh_member,      not_kept },
+    { "GetBd",              "qu",    "q",   vlan_bd,         not_kept },
+    { "GetBdAndPrimary",    "qu",    "qu",  vlan_bd_primary, not_kept },
+    { "BdToDi",             "q",     "u",   bd_di,           not_kept },
+
+    { "GetExtension",       "uu",    "u",   key_answer,      extension },
+    { "GetPrivateData",     "uu",    "ay",  key_answer,      private_data },
+    { "Attach",             "uuuay", "",    attachment_in,   attach },
+
+    { "ListIods",           "",      "au",  iods_out,        list_iods },
+    { "Stats",              "",      "tt",  counts,          stats, false },
+};
+// clang-format on
+
+} // namespace
+
+std::span<const request> requests() { return table; }
+
+} // namespace device

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// main.cpp: varnsh, a client process with a command line. Commands come from -c or, without any,
+// from standard input. All are run; the exit code is that of the first that failed: 1 for an
+// interface that is not there or a service that does not answer, 2 for what was not understood.
+#include <cstdio>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+#include <unistd.h>
+
+#include "cache.h"
+#include "commands.h"
+#include "varn_device.h"
+#include "words.h"
+
+namespace
+{
+
+struct options {
+    std::vector<std::string> commands;
+    std::string socket;
+    std::uint32_t timeout_ms = VARN_DEVICE_DEFAULT_TIMEOUT_MS;
+    bool trace = false;
+};
+
+class session
+{
+public:
+    void run(const std::string &text)
+    {
+        for (const std::string &command : shell::split_commands(text)) {
+            if (interpreter_.ended())
+                return;
+            const shell::verdict outcome = interpreter_.run(command);
+            if (first_failure_ == shell::done)
+                first_failure_ = outcome;
+        }
+    }
+
+    bool ended() const { return interpreter_.ended(); }
+    int exit_code() const { return first_failure_; }
+
+private:
+    shell::interpreter interpreter_;
+    shell::verdict first_failure_ = shell::done;
+};
+
+void read_commands(session &commands)
+{
+    const bool prompting = isatty(STDIN_FILENO) != 0;
+    std::string line;
+    while (!commands.ended()) {
+        if (prompting)
+            std::cout << "varnsh> " << std::flush;
+        if (!std::getline(std::cin, line))
+            return;
+        commands.run(line);
+    }
+}
+
+void set_up_client(const options &chosen)
+{
+    varn_device_set_timeout(chosen.timeout_ms);
+    // A service that is not there yet is no reason to leave: each command says so for itself.
+    if (!chosen.socket.empty())
+        varn_device_connect(chosen.socket.c_str());
+}
+
+int run(int argc, char **argv)
+{
+    options chosen;
+    CLI::App app("Asks about this device's interfaces through a cache of their attributes.");
+    app.add_option("-c", chosen.commands, "Commands to run, divided by ';' (may be repeated)")
+        ->expected(1)
+        ->multi_option_policy(CLI::MultiOptionPolicy::TakeAll);
+    app.add_option("--socket", chosen.socket, "The service's socket (else $VARN_DEVICE_SOCKET)");
+    app.add_option("--timeout", chosen.timeout_ms, "Milliseconds that a request may take")
+        ->capture_default_str();
+    app.add_flag("--trace", chosen.trace, "Print the library's reports and traces");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError &wrong) {
+        return app.exit(wrong) == 0 ? shell::done : shell::not_understood;
+    }
+
+    set_up_client(chosen);
+    if (!shell::start_cache(chosen.trace)) {
+        std::fprintf(stderr, "varnsh: the cache cannot be started\n");
+        return shell::unanswered;
+    }
+    session commands;
+    for (const std::string &text : chosen.commands)
+        commands.run(text);
+    if (chosen.commands.empty())
+        read_commands(commands);
+    shell::end_cache();
+    varn_device_disconnect();
+    return commands.exit_code();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        return run(argc, argv);
+    } catch (const std::exception &failure) {
+        std::fprintf(stderr, "varnsh: %s\n", failure.what());
+        return shell::unanswered;
+    }
+}
