@@ -24,6 +24,12 @@ void print_if_entry(uintptr_t arg, const void *entry)
     varn_if_entry_print(arg, static_cast<const varn_if_entry_t *>(entry));
 }
 
+void print_if_table(const char *function, uintptr_t arg, ht_t *table)
+{
+    if (varn_enabled && !print_entries(arg, table, print_if_entry))
+        REPORT(function, "Couldn't init iterator\n");
+}
+
 void print_identity(uintptr_t arg, const varn_if_entry_t &entry)
 {
     const uint64_t dirty = entry.dirty;
@@ -93,20 +99,6 @@ void print_state(uintptr_t arg, const varn_if_entry_t &entry)
 
 } // namespace
 
-bool ifcache::print_entries(uintptr_t arg, ht_t *table,
-                            void (*print)(uintptr_t arg, const void *entry))
-{
-    const unsigned long num_buckets = table ? table->num_buckets : 0;
-    ht_iterator_t walk;
-    if (!ht_iterator_init(&walk, table, 0, num_buckets))
-        return false;
-    PRINT(arg, "Hash table 0x%p, size %lu, num_buckets %lu\n", static_cast<const void *>(table),
-          table ? table->num_entries : 0, num_buckets);
-    while (const void *entry = ht_iterator_next(&walk))
-        print(arg, entry);
-    return true;
-}
-
 const char *varn_format_mac(const uint8_t *mac)
 {
     char *text = mac_texts[mac_text_calls++ % num_mac_texts];
@@ -135,26 +127,22 @@ void varn_if_print_iod(uintptr_t arg, uint32_t iod)
 
 void varn_if_print_table(uintptr_t arg, ht_t *table)
 {
-    if (varn_enabled && !print_entries(arg, table, print_if_entry))
-        REPORT("varn_if_print_table", "Couldn't init iterator\n");
+    print_if_table("varn_if_print_table", arg, table);
 }
 
 void varn_iod_print_table(uintptr_t arg, ht_t *table)
 {
-    if (varn_enabled && !print_entries(arg, table, print_if_entry))
-        REPORT("varn_iod_print_table", "Couldn't init iterator\n");
+    print_if_table("varn_iod_print_table", arg, table);
 }
 
 void varn_pi_print_table(uintptr_t arg, ht_t *table)
 {
-    if (varn_enabled && !print_entries(arg, table, print_if_entry))
-        REPORT("varn_pi_print_table", "Couldn't init iterator\n");
+    print_if_table("varn_pi_print_table", arg, table);
 }
 
 void varn_lif_print_table(uintptr_t arg, ht_t *table)
 {
-    if (varn_enabled && !print_entries(arg, table, print_if_entry))
-        REPORT("varn_lif_print_table", "Couldn't init iterator\n");
+    print_if_table("varn_lif_print_table", arg, table);
 }
 
 void varn_print_stats(uintptr_t arg, ht_t *table)
