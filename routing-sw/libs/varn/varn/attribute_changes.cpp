@@ -33,7 +33,7 @@ uint32_t varn_update_switchport(int32_t iod)
     varn_if_entry_t *entry = find_by_iod(as_iod(iod));
     if (!entry)
         return 0;
-    update_and_clean<switchport>(*entry, as_iod(iod));
+    update_and_clean(switchport, *entry, as_iod(iod));
     return 1;
 }
 
@@ -47,8 +47,8 @@ uint32_t varn_update_l2_bundle_state(const varn_l2_update_t *record)
     varn_if_entry_t *entry = find_by_iod(record->iod);
     if (!entry)
         return 0;
-    update_and_clean<linkup>(*entry, record->iod);
-    update_and_clean<protoup>(*entry, record->iod);
+    update_and_clean(linkup, *entry, record->iod);
+    update_and_clean(protoup, *entry, record->iod);
     take_l2_values(*entry, *record);
     return 1;
 }
@@ -93,7 +93,7 @@ uint32_t varn_update_l3_param(const varn_l3_param_update_t *record, const bitset
         // Deliberate: neither counted nor cleaned, and stored also where the MTU is not cached.
         mtu.store(*entry, mtu.ask(record->iod));
     }
-    update_and_clean<p2p>(*entry, record->iod);
+    update_and_clean(p2p, *entry, record->iod);
     return 1;
 }
 

@@ -251,22 +251,22 @@ void refresh_vlan(varn_if_entry_t &entry)
 void refresh_values(varn_if_entry_t &entry, uint8_t type)
 {
     refresh_aggsvc_if(entry, type);
-    refresh_flag<switchport>(entry);
-    refresh_flag<linkup>(entry);
-    refresh_flag<protoup>(entry);
-    refresh_value<encap>(entry);
-    refresh_flag<switching>(entry);
+    refresh_flag(switchport, entry);
+    refresh_flag(linkup, entry);
+    refresh_flag(protoup, entry);
+    refresh_value(encap, entry);
+    refresh_flag(switching, entry);
     refresh_extensions(entry);
     refresh_mac(entry);
-    refresh_flag<ethernet>(entry);
-    refresh_flag<loopback>(entry);
-    refresh_flag<p2p>(entry);
-    refresh_flag<null0>(entry);
-    refresh_value<context>(entry);
-    refresh_value<base_tid>(entry);
+    refresh_flag(ethernet, entry);
+    refresh_flag(loopback, entry);
+    refresh_flag(p2p, entry);
+    refresh_flag(null0, entry);
+    refresh_value(context, entry);
+    refresh_value(base_tid, entry);
     refresh_ips(entry, type);
     refresh_vlan(entry);
-    refresh_value<mtu>(entry);
+    refresh_value(mtu, entry);
 }
 
 } // namespace

@@ -158,38 +158,15 @@ inline constexpr scalar base_tid{
 };
 
 // Asks for the attribute, stores the answer and counts an update. The dirty bit is left alone.
-template <const scalar &row>
-void update(varn_if_entry_t &entry, u32 iod)
-{
-    row.store(entry, row.ask(iod));
-    count_update(row.id);
-}
+void update(const scalar &row, varn_if_entry_t &entry, u32 iod);
 
-template <const scalar &row>
-void update_and_clean(varn_if_entry_t &entry, u32 iod)
-{
-    update<row>(entry, iod);
-    mark_clean(entry, row.id);
-}
+// The same, and the dirty bit is cleared whatever the answer.
+void update_and_clean(const scalar &row, varn_if_entry_t &entry, u32 iod);
 
-// What a refresh makes of a dirty attribute.
-template <const scalar &row>
-void refresh_flag(varn_if_entry_t &entry)
-{
-    if (is_dirty(entry, row.id))
-        update_and_clean<row>(entry, entry.iod);
-}
-
-// Deliberate: a zero is asked again, the MTU's too, which a query takes for an answer.
-template <const scalar &row>
-void refresh_value(varn_if_entry_t &entry)
-{
-    if (!is_dirty(entry, row.id))
-        return;
-    update<row>(entry, entry.iod);
-    if (row.load(entry))
-        mark_clean(entry, row.id);
-}
+// What a refresh makes of a dirty attribute: a flag is clean afterwards, a value only when it is
+// not zero.
+void refresh_flag(const scalar &row, varn_if_entry_t &entry);
+void refresh_value(const scalar &row, varn_if_entry_t &entry);
 
 } // namespace ifcache
 

@@ -54,8 +54,8 @@ void set_l2_down(varn_if_entry_t &entry)
 void take_l2_up(varn_if_entry_t *entry, uint8_t type, const varn_l2_update_t &record)
 {
     if (type != IF_INDEX_TYPE_PHYSICAL)
-        update_and_clean<linkup>(*entry, record.iod);
-    update_and_clean<protoup>(*entry, record.iod);
+        update_and_clean(linkup, *entry, record.iod);
+    update_and_clean(protoup, *entry, record.iod);
     take_l2_values(*entry, record);
     follow_identity(entry, type, record.if_index);
 }
@@ -75,14 +75,14 @@ void ask_on_l3_up(varn_if_entry_t &entry, uint8_t type, u32 iod)
 // MTU leave their dirty bits, and a tunnel keeps its MTU.
 void take_l3(varn_if_entry_t *entry, uint8_t type, const varn_l3_update_t &record)
 {
-    update_and_clean<linkup>(*entry, record.iod);
-    update_and_clean<protoup>(*entry, record.iod);
+    update_and_clean(linkup, *entry, record.iod);
+    update_and_clean(protoup, *entry, record.iod);
     if (is_cached(mac_attribute)) {
         count_update(mac_attribute);
         fetch_mac(*entry, record.iod);
     }
     if (is_cached(switchport.id))
-        update<switchport>(*entry, record.iod);
+        update(switchport, *entry, record.iod);
     if (is_cached(mtu.id) && type != IF_INDEX_TYPE_GRE) {
         mtu.store(*entry, record.mtu);
         count_update(mtu.id);
@@ -141,9 +141,9 @@ void ifcache::take_l2_values(varn_if_entry_t &entry, const varn_l2_update_t &rec
         entry.vlan = static_cast<uint16_t>(vlan);
     }
     if (is_cached(switchport.id))
-        update<switchport>(entry, record.iod);
+        update(switchport, entry, record.iod);
     if (is_cached(switching.id))
-        update<switching>(entry, record.iod);
+        update(switching, entry, record.iod);
 }
 
 uint32_t varn_update_phy_state(const varn_phy_update_t *record)

@@ -111,26 +111,25 @@ void read_private_data(varn_if_entry_t &entry)
     mark_by_value(entry, 0);
 }
 
-template <const scalar &row>
-void update_if_dirty(varn_if_entry_t &entry)
+void update_if_dirty(const scalar &row, varn_if_entry_t &entry)
 {
     if (is_dirty(entry, row.id))
-        update<row>(entry, entry.iod);
+        update(row, entry, entry.iod);
 }
 
 void read_l2_info(varn_if_entry_t &entry, const l2_outputs &out)
 {
     *out.if_index = entry.if_index;
     *out.iod = entry.iod;
-    refresh_flag<linkup>(entry);
+    refresh_flag(linkup, entry);
     *out.linkup = entry.linkup;
-    refresh_flag<protoup>(entry);
+    refresh_flag(protoup, entry);
     *out.protoup = entry.protoup;
-    refresh_value<encap>(entry);
+    refresh_value(encap, entry);
     *out.encap = entry.encap;
     // Deliberate: these two stay dirty and are asked again on every call.
-    update_if_dirty<switchport>(entry);
-    update_if_dirty<switching>(entry);
+    update_if_dirty(switchport, entry);
+    update_if_dirty(switching, entry);
     *out.switchport = entry.switchport;
     *out.switching = entry.switching;
     read_private_data(entry);
