@@ -1,23 +1,21 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
 # Installs the Debian packages that a target of ./run needs and the machine lacks.
-# usage: install_packages.sh build|bench|check|coverage
+# usage: install_packages.sh build|check|coverage
 set -eu
 
 build='cmake ninja-build gcc g++ pkg-config iproute2 libsystemd-dev libnl-route-3-dev libcli11-dev
-    libfmt-dev nlohmann-json3-dev googletest'
-bench="$build libbenchmark-dev"
-check="$bench gcc-multilib g++-multilib clang clang-format clang-tidy libclang-rt-14-dev valgrind
+    libfmt-dev nlohmann-json3-dev googletest libbenchmark-dev'
+check="$build gcc-multilib g++-multilib clang clang-format clang-tidy libclang-rt-14-dev valgrind
     binutils"
 coverage="$check gcovr"
 
 case "$1" in
 build) wanted=$build ;;
-bench) wanted=$bench ;;
 check) wanted=$check ;;
 coverage) wanted=$coverage ;;
 *)
-    echo "usage: install_packages.sh build|bench|check|coverage" >&2
+    echo "usage: install_packages.sh build|check|coverage" >&2
     exit 2
     ;;
 esac
