@@ -55,9 +55,11 @@ uint32_t ifsvc_is_ifindex_svi(uint32_t if_index);
 /* ---- Values ---- */
 
 uint32_t ifsvc_get_if_mtu(uint32_t iod); /* bytes; 16 bits are significant */
-uint32_t
-ifsvc_get_if_encaptype(uint32_t iod);       /* the device's number for it; 16 bits; 0 = not known */
-uint32_t ifsvc_get_if_vlanid(uint32_t iod); /* VLAN of a VLAN sub-interface; 16 bits; 0 = none */
+uint32_t ifsvc_get_if_encaptype(uint32_t iod); /* device's own number; 16 bits; 0 = not known */
+
+/* VLAN of a VLAN (sub-)interface; a device may give the access VLAN of a switchport too. 16 bits;
+ * 0 = none. */
+uint32_t ifsvc_get_if_vlanid(uint32_t iod);
 
 /* Gives the if-index of the interface that a VLAN sub-interface stands on; 0 = none. */
 uint32_t ifsvc_get_sub_interface_parent(uint32_t iod);
@@ -70,8 +72,9 @@ uint32_t ifsvc_get_if_src_mac_addr(uint32_t iod, uint8_t *mac);
 uint32_t ifsvc_is_if_mac_addr(uint32_t iod, const uint8_t *mac);
 
 /*
- * Gives the access VLAN of a switchport (info->vlan) and its port mode. Returns 1 on success; on
- * any other result the outputs are not to be used.
+ * Gives the access VLAN of a switchport (info->vlan) and its port mode; a device may give the VLAN
+ * of a VLAN (sub-)interface too. Returns 1 on success; on any other result the outputs are not to
+ * be used.
  */
 uint32_t ifsvc_get_vlan_info(uint32_t iod, vlan_key_t *info, uint32_t *port_mode);
 

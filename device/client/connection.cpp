@@ -152,7 +152,9 @@ u32 code_of_refusal(const sd_bus_error &error)
     } refusals[] = {
         {wire::no_such_interface, VARN_DEVICE_E_NO_INTERFACE},
         {wire::no_such_value, VARN_DEVICE_E_NO_VALUE},
-        {wire::not_kept, VARN_DEVICE_E_NOT_KEPT},
+        {wire::not_allowed, VARN_DEVICE_E_NOT_ALLOWED},
+        {wire::bad_change, VARN_DEVICE_E_CHANGE},
+        {wire::not_permitted, VARN_DEVICE_E_PERMISSION},
         {SD_BUS_ERROR_INVALID_ARGS, VARN_DEVICE_E_REFUSED},
         {SD_BUS_ERROR_UNKNOWN_METHOD, VARN_DEVICE_E_REFUSED},
         {SD_BUS_ERROR_UNKNOWN_OBJECT, VARN_DEVICE_E_REFUSED},

@@ -21,6 +21,8 @@
 
 #include <stdint.h>
 
+#include "bitset.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -28,12 +30,14 @@ extern "C" {
 #define VARN_DEVICE_OK             UINT32_C(0)
 #define VARN_DEVICE_E_NO_INTERFACE UINT32_C(0x40F10001) /* there is no such interface */
 #define VARN_DEVICE_E_NO_VALUE     UINT32_C(0x40F10002) /* the interface has no such value */
-#define VARN_DEVICE_E_NOT_KEPT     UINT32_C(0x40F10003) /* the device does not keep that state */
+#define VARN_DEVICE_E_NOT_ALLOWED  UINT32_C(0x40F10003) /* this device's source has no changes */
 #define VARN_DEVICE_E_NO_SERVICE   UINT32_C(0x40F10004) /* not running, or the connection broke */
 #define VARN_DEVICE_E_TIMEOUT      UINT32_C(0x40F10005) /* the service did not answer in time */
 #define VARN_DEVICE_E_REFUSED      UINT32_C(0x40F10006) /* the service refused the request's form */
 #define VARN_DEVICE_E_BAD_ANSWER   UINT32_C(0x40F10007) /* the answer is not what was asked for */
 #define VARN_DEVICE_E_ARGUMENT     UINT32_C(0x40F10008) /* a null or impossible argument */
+#define VARN_DEVICE_E_CHANGE       UINT32_C(0x40F10009) /* a change that makes no sense; see the text */
+#define VARN_DEVICE_E_PERMISSION   UINT32_C(0x40F1000A) /* this process may not change the device */
 
 #define VARN_DEVICE_DEFAULT_SOCKET     "/run/varn/deviced.sock"
 #define VARN_DEVICE_SOCKET_VARIABLE    "VARN_DEVICE_SOCKET" /* environment; used where it is set */
@@ -79,6 +83,121 @@ uint32_t varn_device_stats(uint64_t *all_clients, uint64_t *this_client);
  */
 uint32_t varn_device_attach(uint32_t iod, uint32_t key, uint32_t extension, const void *block,
                             uint32_t size);
+
+/*
+ * Changes a device that has an inventory, by the words of one command of varnctl(1) without its
+ * options: {"set", "port7", "mtu", "9000"}. On success *answer (may be null) is what there is to
+ * say, often "", and good until the next request. VARN_DEVICE_E_CHANGE: nothing was changed, and
+ * varn_device_last_error_text says what was wrong with which word.
+ */
+uint32_t varn_device_change(const char *const *words, uint32_t count, const char **answer);
+
+/* ---- Notices --------------------------------------------------------------------------------- */
+
+/*
+ * The service tells its clients of every change of what it answers. The client library queues what
+ * arrives, also what arrives while a request waits for its answer, and hands it out in its order
+ * from varn_device_dispatch and from nowhere else: never from within a request.
+ *
+ * What arrives has an order with the answers of requests: an answer that was given before a change
+ * is there before the notice of that change can be dispatched. So a client that hands every notice
+ * on to the cache never keeps an answer from before a change as a good one.
+ *
+ * The records are those of varn.h; this header only names them.
+ */
+struct varn_phy_update;
+struct varn_l2_update;
+struct varn_l3_update;
+struct varn_l3_param_update;
+struct varn_mac_update;
+struct varn_fop_update;
+
+/*
+ * What a client wants to be called for; a null member is skipped. Every callback gets `arg` first.
+ * Records belong to the library and are good during the call. A callback may make requests, and it
+ * may not dispatch.
+ *
+ * The upper ones each have a handler in the cache, which takes just these arguments:
+ */
+typedef struct varn_device_notices {
+    uintptr_t arg;
+    void (*physical_state)(uintptr_t arg, const struct varn_phy_update *record);
+    void (*l2_state)(uintptr_t arg, const struct varn_l2_update *record);
+    void (*l3_state)(uintptr_t arg, struct varn_l3_update *record);
+    void (*l2_bundle_state)(uintptr_t arg, const struct varn_l2_update *record);
+    void (*l3_bundle_state)(uintptr_t arg, const struct varn_l3_update *record);
+    void (*l3_parameters)(uintptr_t arg, const struct varn_l3_param_update *record,
+                          const bitset_t *changed);
+    void (*switchport)(uintptr_t arg, uint32_t iod);
+    void (*vlan)(uintptr_t arg, uint32_t iod);
+    void (*router_mac)(uintptr_t arg, const struct varn_mac_update *record);
+    void (*first_member)(uintptr_t arg, const struct varn_fop_update *record);
+
+    /*
+     * The others say what to do:
+     *   linkup             the link must be asked again: varn_update_is_linkup_dirty_bit(iod, 0, 1),
+     *                      if the interface has an entry.
+     *   extension_removed  under that key: varn_remove_extension0(iod) if the key is the client's
+     *                      own (varn.config.uuid). `changed` follows.
+     *   changed            any other attribute (routing context, tunnel, port mode, name, an
+     *                      extension): varn_flush_if_entry(entry, 2) if the interface stands in
+     *                      varn.if_table, and only then, with crit = sync without VARN_BIT_IOD. A
+     *                      flush by a key would create the entry.
+     *   removed            the interface is gone, also when another one has its if-index by now:
+     *                      varn_if_remove_entry_by_if(if_index), and for a port-channel
+     *                      varn_pc_remove_entry_by_if_index(if_index).
+     *   added              nothing to forget; for whoever lists interfaces.
+     *   members            membership or hash buckets of a port-channel: varn_pc_invalidate(pc), if
+     *                      it has an entry.
+     *   vlan_changed       bridge domain, flood index or primary VLAN: varn_vlan_update_vlan(vlan).
+     *   vlan_deleted       varn_vlan_remove_entry_by_vlan(vlan).
+     *   lost               notices are missing, or the service is another one: everything must be
+     *                      forgotten. Walk varn.if_table and destroy every entry, and remove every
+     *                      entry of varn.pc_table and varn.vlan_table by its key (a flush would not
+     *                      do: it keeps identities). `why` is for a log.
+     */
+    void (*linkup)(uintptr_t arg, uint32_t if_index, uint32_t iod);
+    void (*extension_removed)(uintptr_t arg, uint32_t if_index, uint32_t iod, uint32_t key);
+    void (*changed)(uintptr_t arg, uint32_t if_index, uint32_t iod);
+    void (*added)(uintptr_t arg, uint32_t if_index, uint32_t iod);
+    void (*removed)(uintptr_t arg, uint32_t if_index, uint32_t iod);
+    void (*members)(uintptr_t arg, uint32_t pc_ifindex);
+    void (*vlan_changed)(uintptr_t arg, uint32_t vlan);
+    void (*vlan_deleted)(uintptr_t arg, uint32_t vlan);
+    void (*lost)(uintptr_t arg, const char *why);
+
+    /* Called before each of the above, for whoever shows or counts notices: the name of the notice,
+     * its sequence number (0 for one that was made on this side), and what it is about (0: nothing
+     * of that kind; `number` is a port-channel's if-index or a VLAN). */
+    void (*any)(uintptr_t arg, const char *name, uint64_t sequence, uint32_t if_index, uint32_t iod,
+                uint32_t number);
+} varn_device_notices_t;
+
+/*
+ * Asks for notices from now on, by these callbacks (copied); null asks for no more. It stays in
+ * force over lost connections: the library asks anew whenever it has connected again. Whoever
+ * subscribes before its first query misses nothing. 0 also when there is no service at the moment:
+ * the subscription is made as soon as there is one, beginning with `lost`. VARN_DEVICE_E_ARGUMENT
+ * from within a callback.
+ */
+uint32_t varn_device_subscribe(const varn_device_notices_t *callbacks);
+
+/*
+ * A descriptor that is readable while varn_device_dispatch has something to do: a notice is queued,
+ * something arrived, or it is time to connect again. It stays the same for the life of the process.
+ * -1: none could be made. Never read from it or close it.
+ */
+int varn_device_descriptor(void);
+
+/*
+ * Takes in what arrived, connects again where that is due, and hands out what is queued, at most
+ * `most` notices (0: all that there are, those included that arrive meanwhile). Gives how many were
+ * handed out. It may wait for a service, at most as long as a request.
+ */
+uint32_t varn_device_dispatch(uint32_t most);
+
+/* Whether a connection is open at the moment: 1 or 0. */
+uint32_t varn_device_is_connected(void);
 
 #ifdef __cplusplus
 }

@@ -4,29 +4,33 @@
 //
 // A source describes each interface in link_facts, under a key of its own that means nothing to
 // anyone else. The model gives every new interface its identity (iod, if-index, lif, port index),
-// which stays with it until it is removed and is never handed on: if-index ordinals are not used
-// twice, and iods go round their whole range before one comes back. What depends on another
-// interface (master, parent) is worked out when it is asked for, so that the order in which a
-// source reports does not matter.
+// which stays with it until it is removed. What it answers is worked out from the facts of several
+// interfaces (master, parent, members), and stands in `interface::now`.
+//
+// Nothing that is answered changes silently: only settle() writes `now`, and it tells the listener
+// of every difference that it makes. A source calls settle() when it has told all that belongs
+// together; until then the answers are the old ones. So the order in which a source reports within
+// one turn does not matter.
 #ifndef VARN_DEVICE_MODEL_H
 #define VARN_DEVICE_MODEL_H
 
-#include <array>
-#include <cstddef>
-#include <cstdint>
+#include <functional>
 #include <map>
-#include <string>
+#include <set>
 #include <unordered_map>
+#include <utility>
 #include <vector>
+
+#include "attributes.h"
+#include "facts.h"
+#include "notice.h"
+#include "number_pool.h"
 
 namespace device
 {
 
-using u8 = std::uint8_t;
-using u16 = std::uint16_t;
-using u32 = std::uint32_t;
-
 inline constexpr u32 max_iod = 32767;
+inline constexpr u32 num_rbh = 16;
 inline constexpr u32 default_context = 1;
 inline constexpr u32 main_table = 254;
 inline constexpr u32 family_ipv4 = 1;
@@ -35,47 +39,12 @@ inline constexpr u32 access_port = 0x1;     // a switchport in one VLAN, untagge
 inline constexpr u32 trunk_port = 0x2;      // a switchport in several VLANs, or in a tagged one
 inline constexpr u32 no_index = 0xFFFFFFFF; // no lif, no port index
 
-// What an interface is to those that have it as master.
-enum class mastery : u8 { none, port_channel, bridge, vrf };
-
-// One interface as its source tells it.
-struct link_facts {
-    u32 key = 0; // the source's own; 0 = none
-    std::string name;
-    std::string kind; // the source's word for what it is; only compared, never interpreted
-    u8 type = 0;      // type of the if-index
-    mastery masters = mastery::none;
-    bool admin_up = false;
-    bool link = false;          // the physical link is there
-    bool protoup = false;       // administratively up and operational
-    bool forwards = false;      // as a bridge port: frames pass
-    bool filters_vlans = false; // as a bridge: its ports are in VLANs
-    bool loopback = false;
-    bool p2p = false;
-    bool ethernet = false;
-    u16 encap = 0; // see link_kinds.h; 0 = not known
-    u16 mtu = 0;
-    u16 vlan = 0; // of a VLAN link; 0 = none
-    std::array<u8, 6> mac{};
-    u32 master_key = 0; // 0 = in nothing
-    u32 parent_key = 0; // of a VLAN link: what it stands on
-    u32 table = 0;      // of a VRF master: its table
-
-    bool operator==(const link_facts &) const = default;
-};
-
 // What the owner of a key attached to an interface.
 struct attachment {
     u32 extension = 0; // 0 = not set
     std::vector<u8> block;
-};
 
-// The VLANs of a port of a bridge.
-struct port_vlans {
-    u16 pvid = 0;       // of what comes in untagged; 0 = none
-    bool trunk = false; // it carries several VLANs, or a tagged one
-
-    bool operator==(const port_vlans &) const = default;
+    bool operator==(const attachment &) const = default;
 };
 
 struct interface : link_facts {
@@ -83,56 +52,103 @@ struct interface : link_facts {
     u32 if_index = 0;
     u32 lif = no_index;
     u32 port_index = no_index;
-    port_vlans vlans;                      // mean nothing unless its bridge filters VLANs
+    port_vlans bridge_vlans;               // mean nothing unless its bridge filters VLANs
     std::map<u32, attachment> attachments; // by key
+    attributes now;                        // what is answered
+    bool announced = false;                // its clients know that it is there
 
     bool is_vlan() const;
+};
+
+// A VLAN of the device. Numbers of 0 are given out by the model.
+struct vlan_facts {
+    u16 primary = 0; // the VLAN itself, or the one that it is a secondary of
+    u16 bd = 0;
+    u32 flood_index = 0;
+
+    bool operator==(const vlan_facts &) const = default;
 };
 
 class device_model
 {
 public:
+    using listener = std::function<void(const wire::notice &)>;
+
+    void tell(listener to) { listener_ = std::move(to); }
+
     // Makes the interface known under facts.key, or brings it up to date. False when it could not
-    // be given an identity: no iod or ordinal is left, or its VLAN's if-index is taken.
+    // be given an identity: no iod or ordinal is left, or its if-index is taken.
     bool put(const link_facts &facts);
     void remove(u32 key);
 
-    // The VLANs of all ports, by key; a port that is not in it is in none.
-    void set_port_vlans(const std::map<u32, port_vlans> &ports);
+    // The VLANs of all ports of bridges, by key; a port that is not in it is in none.
+    void set_bridge_vlans(const std::map<u32, port_vlans> &ports);
+
+    // Makes a VLAN known or brings it up to date. False: a number that it asks for is taken, or
+    // none is left; nothing is changed then.
+    bool put_vlan(u16 vlan, const vlan_facts &facts);
+    void remove_vlan(u16 vlan);
+
+    // Attaches under a key, in place of what stood there; an empty attachment takes it away. The
+    // iod must be that of an interface.
+    void attach(u32 iod, u32 key, attachment what);
+
+    // Works out every answer that may have changed and tells of those that did.
+    void settle();
 
     const std::map<u32, interface> &interfaces() const { return by_iod_; }
-    interface *find_iod(u32 iod);
+    const std::map<u16, vlan_facts> &vlans() const { return vlans_; }
     const interface *find_iod(u32 iod) const;
     const interface *find_if_index(u32 if_index) const;
     const interface *find_lif(u32 lif) const;
     const interface *find_port_index(u32 port_index) const;
     const interface *find_key(u32 key) const;
+    const vlan_facts *find_vlan(u16 vlan) const; // null: there is none
+    u32 flood_index_of(u16 bd) const;            // 0: no VLAN has that bridge domain
 
-    bool is_switchport(const interface &port) const;
-    bool is_switching(const interface &port) const;
-    u32 access_vlan(const interface &port) const; // 0 = none
-    u32 port_mode(const interface &port) const;
-    u32 context_id(const interface &member) const;
-    u32 table_id(const interface &member) const;
-    u32 parent_if_index(const interface &child) const;       // 0 = none
-    u32 port_channel_if_index(const interface &port) const;  // 0 = in none
-    u32 first_operational_member(const interface &pc) const; // if-index; 0 = none
+    // The interfaces that have this one as master, by their iods.
+    const std::set<u32> &members_of(u32 key) const;
 
 private:
     using index = std::unordered_map<u32, u32>; // to an iod
+    using families = std::unordered_map<u32, std::set<u32>>;
+
+    // What attach() did to an interface.
+    struct attached_keys {
+        bool changed = false;
+        std::set<u32> removed; // keys
+    };
 
     const interface *find(const index &from, u32 key) const;
-    const interface *master(const interface &member, mastery role) const;
-    bool is_in_vlans(const interface &port) const;
-    const interface *routing_master(const interface &member) const;
-    u32 next_free_iod();
     u32 make_if_index(const link_facts &facts);
     bool admit(const link_facts &facts);
+    void join(const interface &entry);
+    void leave(const interface &entry);
+    void touch(u32 iod) { touched_.insert(iod); }
+    void touch_around(const interface &entry);
+    void touch_dependents(u32 key);
+    bool claim(vlan_facts &wanted, const vlan_facts &held);
+    void note_removal(const interface &gone);
+    void publish(interface &entry);
+    void send(const wire::notice &notice);
 
     std::map<u32, interface> by_iod_;
     index by_key_, by_if_index_, by_lif_, by_port_index_;
-    u32 last_iod_ = 0;
+    families members_, children_; // by the key of the master, of the parent
+    number_pool iods_{1, max_iod};
     std::array<u32, 256> last_ordinal_{}; // by type
+
+    std::map<u16, vlan_facts> vlans_;
+    std::unordered_map<u16, u32> flood_by_bd_;
+    number_pool bds_{1, 16383};
+    number_pool flood_indexes_{0x00020001, 0x00020001 + 16383};
+
+    // Since settle() last ran.
+    std::set<u32> touched_;                 // iods
+    std::map<u32, attached_keys> attached_; // by iod
+    std::set<u16> changed_vlans_;
+    std::vector<wire::notice> gone_;
+    listener listener_;
 };
 
 } // namespace device

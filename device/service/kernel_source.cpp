@@ -72,6 +72,7 @@ std::string kernel_source::start(sd_event *loop)
     if (failure < 0)
         return std::string("cannot read this machine's links: ") + nl_geterror(failure);
     read_port_vlans();
+    model_.settle();
 
     sd_event_source *source = nullptr;
     if (sd_event_add_io(loop, &source, nl_socket_get_fd(events_.get()), EPOLLIN, on_readable,
@@ -125,6 +126,7 @@ int kernel_source::drain_events()
     if (result != -NLE_AGAIN)
         recover(result);
     read_port_vlans();
+    model_.settle();
     return 0;
 }
 
@@ -207,7 +209,7 @@ void kernel_source::read_port_vlans()
     told_of_failure_ = result < 0;
     if (result < 0)
         ports.clear();
-    model_.set_port_vlans(ports);
+    model_.set_bridge_vlans(ports);
 }
 
 // With notifications lost, an ordinal alone no longer proves that the interface is the same one.

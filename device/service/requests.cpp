@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // requests.cpp: the table of requests. Most rows have one of four shapes, each a template told
-// once: a field of an interface named by its iod, the same worked out by the model, and both again
-// for an interface named by its if-index or another number. Only what is left has a function of its
-// own. sd-bus has checked the arguments against the row's signature before an answer runs.
+// once: a part of the identity of an interface named by its iod, what is answered about it, the
+// same for one named by its if-index, and a translation of one number into another. Only what is
+// left has a function of its own. sd-bus has checked the arguments against the row's signature before an answer runs.
 #include "requests.h"
 
 #include <cstring>
@@ -74,7 +74,7 @@ const interface *asked_by(const call &c, const char *what, int &failure)
     return asked;
 }
 
-// A field or a function of the interface itself.
+// What never changes while the interface lives.
 template <auto member>
 int of_iod(const call &c)
 {
@@ -91,13 +91,12 @@ int iod_has_type(const call &c)
     return asked == nullptr ? failure : give(c, asked->type == type);
 }
 
-// What takes the rest of the model to say.
-template <auto work_out>
-int model_of_iod(const call &c)
+template <auto member>
+int now_of_iod(const call &c)
 {
     int failure = 0;
     const interface *asked = asked_by_iod(c, failure);
-    return asked == nullptr ? failure : give(c, (c.model.*work_out)(*asked));
+    return asked == nullptr ? failure : give(c, static_cast<u32>(asked->now.*member));
 }
 
 template <finder find, auto member>
@@ -111,18 +110,13 @@ int translate(const call &c)
     return value == no_index ? no_value(c, *asked, "such number") : give(c, value);
 }
 
-int not_kept(const call &c)
-{
-    return sd_bus_error_setf(c.error, wire::not_kept, "this device does not keep that state");
-}
-
 int src_mac(const call &c)
 {
     int failure = 0;
     const interface *asked = asked_by_iod(c, failure);
     if (asked == nullptr)
         return failure;
-    return give(c, 'y', asked->mac.data(), asked->mac.size());
+    return give(c, 'y', asked->now.mac.data(), asked->now.mac.size());
 }
 
 int vlan_info(const call &c)
@@ -131,11 +125,10 @@ int vlan_info(const call &c)
     const interface *asked = asked_by_iod(c, failure);
     if (asked == nullptr)
         return failure;
-    const u32 vlan = c.model.access_vlan(*asked);
-    if (vlan == 0)
+    const attributes &now = asked->now;
+    if (now.vlan == 0)
         return no_value(c, *asked, "access VLAN");
-    return sd_bus_reply_method_return(c.request, "quu", wire::vinst, vlan,
-                                      c.model.port_mode(*asked));
+    return sd_bus_reply_method_return(c.request, "quu", wire::vinst, now.vlan, now.port_mode);
 }
 
 int name_of_iod(const call &c)
@@ -143,7 +136,7 @@ int name_of_iod(const call &c)
     int failure = 0;
     const interface *asked = asked_by_iod(c, failure);
     return asked == nullptr ? failure
-                            : sd_bus_reply_method_return(c.request, "s", asked->name.c_str());
+                            : sd_bus_reply_method_return(c.request, "s", asked->now.name.c_str());
 }
 
 int name_of_if_index(const call &c)
@@ -151,7 +144,7 @@ int name_of_if_index(const call &c)
     int failure = 0;
     const interface *asked = asked_by<&device_model::find_if_index>(c, "if-index", failure);
     return asked == nullptr ? failure
-                            : sd_bus_reply_method_return(c.request, "s", asked->name.c_str());
+                            : sd_bus_reply_method_return(c.request, "s", asked->now.name.c_str());
 }
 
 int svi_of_vlan(const call &c)
@@ -181,7 +174,7 @@ int table_id(const call &c)
         return result;
     if (family != family_ipv4 || std::strcmp(name, "base") != 0)
         return no_value(c, *asked, "such table");
-    return give(c, c.model.table_id(*asked));
+    return give(c, asked->now.table);
 }
 
 int port_modes(const call &c)
@@ -197,7 +190,7 @@ int port_modes(const call &c)
         const interface *asked = c.model.find_if_index(if_index);
         if (asked == nullptr)
             return unknown(c, "if-index", if_index);
-        modes.push_back(c.model.port_mode(*asked));
+        modes.push_back(asked->now.port_mode);
     }
     return give(c, 'u', modes.data(), modes.size() * sizeof(u32));
 }
@@ -206,7 +199,7 @@ int port_channel_of_port(const call &c)
 {
     int failure = 0;
     const interface *asked = asked_by<&device_model::find_if_index>(c, "if-index", failure);
-    return asked == nullptr ? failure : give(c, c.model.port_channel_if_index(*asked));
+    return asked == nullptr ? failure : give(c, asked->now.port_channel);
 }
 
 int first_member(const call &c)
@@ -217,7 +210,68 @@ int first_member(const call &c)
         return failure;
     if (asked->masters != mastery::port_channel)
         return no_value(c, *asked, "members: it is no port-channel");
-    return give(c, c.model.first_operational_member(*asked));
+    return give(c, asked->now.first_member);
+}
+
+int member_of_rbh(const call &c)
+{
+    int failure = 0;
+    const interface *asked = asked_by<&device_model::find_if_index>(c, "if-index", failure);
+    if (asked == nullptr)
+        return failure;
+    u32 rbh = 0;
+    const int result = sd_bus_message_read(c.request, "u", &rbh);
+    if (result < 0)
+        return result;
+    if (rbh >= num_rbh)
+        return sd_bus_error_setf(c.error, SD_BUS_ERROR_INVALID_ARGS, "no hash bucket %u", rbh);
+    if (asked->now.rbh.empty())
+        return no_value(c, *asked, "operational member");
+    return give(c, asked->now.rbh[rbh]);
+}
+
+// The VLAN that the request names; null: the error is set.
+const vlan_facts *asked_by_vlan(const call &c, int &failure)
+{
+    u16 vinst = 0;
+    u32 vlan = 0;
+    failure = sd_bus_message_read(c.request, "qu", &vinst, &vlan);
+    if (failure < 0)
+        return nullptr;
+    const bool possible = vinst == wire::vinst && vlan <= IF_INDEX_VLAN_MAX;
+    const vlan_facts *asked = possible ? c.model.find_vlan(static_cast<u16>(vlan)) : nullptr;
+    if (asked == nullptr)
+        failure = sd_bus_error_setf(c.error, wire::no_such_interface, "no VLAN %u of instance %u",
+                                    vlan, vinst);
+    return asked;
+}
+
+int bd_of_vlan(const call &c)
+{
+    int failure = 0;
+    const vlan_facts *asked = asked_by_vlan(c, failure);
+    return asked == nullptr ? failure : sd_bus_reply_method_return(c.request, "q", asked->bd);
+}
+
+int bd_and_primary_of_vlan(const call &c)
+{
+    int failure = 0;
+    const vlan_facts *asked = asked_by_vlan(c, failure);
+    return asked == nullptr ? failure
+                            : sd_bus_reply_method_return(c.request, "qu", asked->bd,
+                                                         static_cast<u32>(asked->primary));
+}
+
+int flood_index_of_bd(const call &c)
+{
+    u16 bd = 0;
+    const int result = sd_bus_message_read(c.request, "q", &bd);
+    if (result < 0)
+        return result;
+    const u32 index = c.model.flood_index_of(bd);
+    if (index == 0)
+        return sd_bus_error_setf(c.error, wire::no_such_interface, "no bridge domain %u", bd);
+    return give(c, index);
 }
 
 // What is attached under the key that follows the iod; an empty attachment where there is none.
@@ -259,11 +313,11 @@ int attach(const call &c)
         result = sd_bus_message_read_array(c.request, 'y', &block, &size);
     if (result < 0)
         return result;
-    interface *to = c.model.find_iod(iod);
-    if (to == nullptr)
+    if (c.model.find_iod(iod) == nullptr)
         return unknown(c, "iod", iod);
     const auto *bytes = static_cast<const u8 *>(block);
-    to->attachments[key] = {value, std::vector<u8>(bytes, bytes + size)};
+    c.model.attach(iod, key, {value, std::vector<u8>(bytes, bytes + size)});
+    c.model.settle();
     return sd_bus_reply_method_return(c.request, "");
 }
 
@@ -302,15 +356,15 @@ using model = device_model;
 
 // clang-format off
 constexpr request table[] = {
-    { "IsLinkup",           "u",     "u",   iod_answer,      of_iod<&interface::link> },
-    { "IsProtoup",          "u",     "u",   iod_answer,      of_iod<&interface::protoup> },
-    { "IsSwitchport",       "u",     "u",   iod_answer,      model_of_iod<&model::is_switchport> },
-    { "IsSwitchingEnabled", "u",     "u",   iod_answer,      model_of_iod<&model::is_switching> },
-    { "IsEthernet",         "u",     "u",   iod_answer,      of_iod<&interface::ethernet> },
+    { "IsLinkup",           "u",     "u",   iod_answer,      now_of_iod<&attributes::linkup> },
+    { "IsProtoup",          "u",     "u",   iod_answer,      now_of_iod<&attributes::protoup> },
+    { "IsSwitchport",       "u",     "u",   iod_answer,      now_of_iod<&attributes::switchport> },
+    { "IsSwitchingEnabled", "u",     "u",   iod_answer,      now_of_iod<&attributes::switching> },
+    { "IsEthernet",         "u",     "u",   iod_answer,      now_of_iod<&attributes::ethernet> },
     { "IsVlan",             "u",     "u",   iod_answer,      of_iod<&interface::is_vlan> },
     { "IsNull0",            "u",     "u",   iod_answer,      iod_has_type<IF_INDEX_TYPE_NULL0> },
-    { "IsNativeP2p",        "u",     "u",   iod_answer,      of_iod<&interface::p2p> },
-    { "IsLoopback",         "u",     "u",   iod_answer,      of_iod<&interface::loopback> },
+    { "IsNativeP2p",        "u",     "u",   iod_answer,      now_of_iod<&attributes::p2p> },
+    { "IsLoopback",         "u",     "u",   iod_answer,      now_of_iod<&attributes::loopback> },
     { "IsMvpnTunnel",       "u",     "u",   iod_answer,
       iod_has_type<IF_INDEX_TYPE_MVPN_TUNNEL> },
     { "IsGreTunnel",        "u",     "u",   iod_answer,      iod_has_type<IF_INDEX_TYPE_GRE> },
@@ -325,11 +379,10 @@ constexpr request table[] = {
     { "IsMplsTunnel",       "u",     "u",   iod_answer,
       iod_has_type<IF_INDEX_TYPE_MPLS_TUNNEL> },
 
-    { "GetMtu",             "u",     "u",   iod_answer,      of_iod<&interface::mtu> },
-    { "GetEncapType",       "u",     "u",   iod_answer,      of_iod<&interface::encap> },
-    { "GetVlanId",          "u",     "u",   iod_answer,      of_iod<&interface::vlan> },
-    { "GetParent",          "u",     "u",   iod_answer,
-      model_of_iod<&model::parent_if_index> },
+    { "GetMtu",             "u",     "u",   iod_answer,      now_of_iod<&attributes::mtu> },
+    { "GetEncapType",       "u",     "u",   iod_answer,      now_of_iod<&attributes::encap> },
+    { "GetVlanId",          "u",     "u",   iod_answer,      now_of_iod<&attributes::vlan> },
+    { "GetParent",          "u",     "u",   iod_answer, now_of_iod<&attributes::parent> },
     { "GetSrcMac",          "u",     "ay",  iod_answer,      src_mac },
     { "GetVlanInfo",        "u",     "quu", iod_vlan_info,   vlan_info },
     { "GetPortModes",       "au",    "au",  modes,           port_modes },
@@ -349,15 +402,15 @@ constexpr request table[] = {
     { "IodToName",          "u",     "s",   iod_answer,      name_of_iod },
     { "IfIndexToName",      "u",     "s",   if_index_answer, name_of_if_index },
 
-    { "GetContextId",       "u",     "u",   iod_answer,      model_of_iod<&model::context_id> },
+    { "GetContextId",       "u",     "u",   iod_answer,      now_of_iod<&attributes::context> },
     { "GetTableId",         "uus",   "u",   iod_table,       table_id },
 
     { "GetPortChannel",     "u",     "u",   if_index_answer, port_channel_of_port },
     { "GetFirstMember",     "u",     "u",   if_index_answer, first_member },
-    { "GetMemberOfRbh",     "uu",    "u",   rbh_member,      not_kept },
-    { "GetBd",              "qu",    "q",   vlan_bd,         not_kept },
-    { "GetBdAndPrimary",    "qu",    "qu",  vlan_bd_primary, not_kept },
-    { "BdToDi",             "q",     "u",   bd_di,           not_kept },
+    { "GetMemberOfRbh",     "uu",    "u",   rbh_member,      member_of_rbh },
+    { "GetBd",              "qu",    "q",   vlan_bd,         bd_of_vlan },
+    { "GetBdAndPrimary",    "qu",    "qu",  vlan_bd_primary, bd_and_primary_of_vlan },
+    { "BdToDi",             "q",     "u",   bd_di,           flood_index_of_bd },
 
     { "GetExtension",       "uu",    "u",   key_answer,      extension },
     { "GetPrivateData",     "uu",    "ay",  key_answer,      private_data },

@@ -17,8 +17,10 @@ inline constexpr char object_path[] = "/varn/device";
 inline constexpr char interface_name[] = "varn.Device1";
 
 inline constexpr char no_such_interface[] = "varn.Device1.Error.NoSuchInterface";
-inline constexpr char no_such_value[] = "varn.Device1.Error.NoSuchValue"; // the interface has none
-inline constexpr char not_kept[] = "varn.Device1.Error.NotKept"; // state that no source gives yet
+inline constexpr char no_such_value[] = "varn.Device1.Error.NoSuchValue";  // the interface has none
+inline constexpr char bad_change[] = "varn.Device1.Error.BadChange";       // nothing was changed
+inline constexpr char not_allowed[] = "varn.Device1.Error.NotAllowed";     // not on this device
+inline constexpr char not_permitted[] = "varn.Device1.Error.NotPermitted"; // not for this peer
 
 // The one virtual device instance that this device has. It is part of an SVI's if-index.
 inline constexpr std::uint16_t vinst = 1;

@@ -43,6 +43,13 @@ protected:
         return found == nullptr ? none : *found;
     }
 
+    // What is answered about it once all is told.
+    const device::attributes &now(uint32_t key)
+    {
+        model.settle();
+        return of(key).now;
+    }
+
     void put(link_facts facts, uint32_t master_key = 0)
     {
         facts.master_key = master_key;
@@ -141,7 +148,7 @@ TEST_F(DeviceModel, TakesAnInterfaceOfAnotherTypeForAnotherInterface)
 TEST_F(DeviceModel, DropsWhatWasAttachedWithTheInterface)
 {
     put(port(100));
-    model.find_iod(1)->attachments[42] = {7, {}};
+    model.attach(1, 42, {7, {}});
     put(port(100));
     EXPECT_EQ(of(100).attachments.at(42).extension, 7u);
     model.remove(100);
@@ -157,13 +164,13 @@ TEST_F(DeviceModel, KnowsThePortsOfABridgeForSwitchports)
     put(forwarding, 1);
     put(port(3), 1);
     put(forwarding = port(4));
-    EXPECT_TRUE(model.is_switchport(of(2)) && model.is_switching(of(2)));
-    EXPECT_TRUE(model.is_switchport(of(3)) && !model.is_switching(of(3)));
-    EXPECT_FALSE(model.is_switchport(of(4)) || model.is_switching(of(4)));
-    EXPECT_EQ(model.port_mode(of(4)), 0x200u);
-    EXPECT_EQ(model.port_mode(of(2)), 1u);
+    EXPECT_TRUE(now(2).switchport && now(2).switching);
+    EXPECT_TRUE(now(3).switchport && !now(3).switching);
+    EXPECT_FALSE(now(4).switchport || now(4).switching);
+    EXPECT_EQ(now(4).port_mode, 0x200u);
+    EXPECT_EQ(now(2).port_mode, 1u);
     model.remove(1);
-    EXPECT_FALSE(model.is_switchport(of(2)));
+    EXPECT_FALSE(now(2).switchport);
 }
 
 TEST_F(DeviceModel, PutsAPortIntoVlansOnlyWhereItsBridgeFiltersThem)
@@ -174,19 +181,19 @@ TEST_F(DeviceModel, PutsAPortIntoVlansOnlyWhereItsBridgeFiltersThem)
     put(port(2), 1);
     put(port(3), 1);
     put(port(4));
-    model.set_port_vlans({{2, {10, false}}, {3, {20, true}}, {4, {30, true}}, {99, {40, true}}});
-    EXPECT_EQ(model.access_vlan(of(2)), 10u);
-    EXPECT_EQ(model.port_mode(of(2)), 1u);
-    EXPECT_EQ(model.access_vlan(of(3)), 20u);
-    EXPECT_EQ(model.port_mode(of(3)), 2u);
-    EXPECT_EQ(model.access_vlan(of(4)), 0u);
-    EXPECT_EQ(model.port_mode(of(4)), 0x200u);
+    model.set_bridge_vlans({{2, {10, false}}, {3, {20, true}}, {4, {30, true}}, {99, {40, true}}});
+    EXPECT_EQ(now(2).vlan, 10u);
+    EXPECT_EQ(now(2).port_mode, 1u);
+    EXPECT_EQ(now(3).vlan, 20u);
+    EXPECT_EQ(now(3).port_mode, 2u);
+    EXPECT_EQ(now(4).vlan, 0u);
+    EXPECT_EQ(now(4).port_mode, 0x200u);
 
     bridge.filters_vlans = false;
     put(bridge);
-    EXPECT_EQ(model.access_vlan(of(2)), 0u);
-    EXPECT_EQ(model.access_vlan(of(3)), 0u);
-    EXPECT_EQ(model.port_mode(of(3)), 1u);
+    EXPECT_EQ(now(2).vlan, 0u);
+    EXPECT_EQ(now(3).vlan, 0u);
+    EXPECT_EQ(now(3).port_mode, 1u);
 }
 
 TEST_F(DeviceModel, KeepsTheVlansOfAPortUntilTheyAreToldAnew)
@@ -195,12 +202,12 @@ TEST_F(DeviceModel, KeepsTheVlansOfAPortUntilTheyAreToldAnew)
     bridge.filters_vlans = true;
     put(bridge);
     put(port(2), 1);
-    model.set_port_vlans({{2, {10, true}}});
+    model.set_bridge_vlans({{2, {10, true}}});
     put(port(2), 1);
-    EXPECT_EQ(model.access_vlan(of(2)), 10u);
-    model.set_port_vlans({});
-    EXPECT_EQ(model.access_vlan(of(2)), 0u);
-    EXPECT_EQ(model.port_mode(of(2)), 1u);
+    EXPECT_EQ(now(2).vlan, 10u);
+    model.set_bridge_vlans({});
+    EXPECT_EQ(now(2).vlan, 0u);
+    EXPECT_EQ(now(2).port_mode, 1u);
 }
 
 TEST_F(DeviceModel, FindsTheFirstMemberThatIsOperational)
@@ -210,28 +217,28 @@ TEST_F(DeviceModel, FindsTheFirstMemberThatIsOperational)
     down.protoup = false;
     put(down, 1);
     put(port(3));
-    EXPECT_EQ(model.first_operational_member(of(1)), 0u);
+    EXPECT_EQ(now(1).first_member, 0u);
     put(port(4), 1);
     put(port(5), 1);
-    EXPECT_EQ(model.first_operational_member(of(1)), of(4).if_index);
-    EXPECT_EQ(model.port_channel_if_index(of(2)), of(1).if_index);
-    EXPECT_EQ(model.port_channel_if_index(of(3)), 0u);
+    EXPECT_EQ(now(1).first_member, of(4).if_index);
+    EXPECT_EQ(now(2).port_channel, of(1).if_index);
+    EXPECT_EQ(now(3).port_channel, 0u);
 }
 
 TEST_F(DeviceModel, GivesAVrfAndItsMembersItsContextAndTable)
 {
     put(port(1));
     put(port(3), 2); // reported before its master
-    EXPECT_EQ(model.context_id(of(3)), 1u);
+    EXPECT_EQ(now(3).context, 1u);
     link_facts red = master(2, IF_INDEX_TYPE_VIRTUAL, mastery::vrf);
     red.table = 1001;
     put(red);
-    EXPECT_EQ(model.context_id(of(3)), model.context_id(of(2)));
-    EXPECT_GT(model.context_id(of(3)), 1u);
-    EXPECT_EQ(model.table_id(of(3)), 1001u);
-    EXPECT_EQ(model.table_id(of(2)), 1001u);
-    EXPECT_EQ(model.context_id(of(1)), 1u);
-    EXPECT_EQ(model.table_id(of(1)), 254u);
+    EXPECT_EQ(now(3).context, now(2).context);
+    EXPECT_GT(now(3).context, 1u);
+    EXPECT_EQ(now(3).table, 1001u);
+    EXPECT_EQ(now(2).table, 1001u);
+    EXPECT_EQ(now(1).context, 1u);
+    EXPECT_EQ(now(1).table, 254u);
 }
 
 TEST_F(DeviceModel, NamesTheParentOfASubInterface)
@@ -242,8 +249,8 @@ TEST_F(DeviceModel, NamesTheParentOfASubInterface)
     sub.vlan = 100;
     sub.parent_key = 1;
     put(sub);
-    EXPECT_EQ(model.parent_if_index(of(2)), of(1).if_index);
-    EXPECT_EQ(model.parent_if_index(of(1)), 0u);
+    EXPECT_EQ(now(2).parent, of(1).if_index);
+    EXPECT_EQ(now(1).parent, 0u);
     EXPECT_TRUE(of(2).is_vlan());
 }
 

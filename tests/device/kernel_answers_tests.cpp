@@ -238,14 +238,14 @@ TEST_F(KernelAnswers, PutPortsIntoTheVlansThatTheBridgeShows)
     EXPECT_TRUE(eventually([&] { return answer() == VARN_DEVICE_E_NO_VALUE; }));
 }
 
-TEST_F(KernelAnswers, RefuseWhatTheDeviceDoesNotKeepInsteadOfInventingIt)
+TEST_F(KernelAnswers, AreErrorsForVlansAndPortChannelsThatAreNotThere)
 {
     uint32_t out = 5;
     uint16_t bd = 5;
-    EXPECT_EQ(vlan_get_bd({1, 10}, &bd), VARN_DEVICE_E_NOT_KEPT);
-    EXPECT_EQ(vlan_get_bd_and_primary_vlan({1, 10}, &bd, &out), VARN_DEVICE_E_NOT_KEPT);
-    EXPECT_EQ(idxsvc_lib_bd_to_di(1, &out), VARN_DEVICE_E_NOT_KEPT);
-    EXPECT_EQ(aggsvc_get_pc_mbr_ifidx_from_rbh(0x16000001, 3, &out), VARN_DEVICE_E_NOT_KEPT);
+    EXPECT_EQ(vlan_get_bd({1, 10}, &bd), VARN_DEVICE_E_NO_INTERFACE);
+    EXPECT_EQ(vlan_get_bd_and_primary_vlan({1, 10}, &bd, &out), VARN_DEVICE_E_NO_INTERFACE);
+    EXPECT_EQ(idxsvc_lib_bd_to_di(1, &out), VARN_DEVICE_E_NO_INTERFACE);
+    EXPECT_EQ(aggsvc_get_pc_mbr_ifidx_from_rbh(0x16000001, 3, &out), VARN_DEVICE_E_NO_INTERFACE);
     EXPECT_EQ(out, 5u);
     EXPECT_EQ(bd, 5u);
 }

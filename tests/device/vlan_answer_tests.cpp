@@ -72,6 +72,7 @@ protected:
     vlan_answer ask(uint32_t key)
     {
         vlan_answer answer;
+        model.settle();
         EXPECT_GE(sd_bus_call_method_async(client, nullptr, nullptr, wire::object_path,
                                            wire::interface_name, "GetVlanInfo", take, &answer, "u",
                                            model.find_key(key)->iod),
@@ -93,7 +94,7 @@ TEST_F(VlanAnswer, GivesTheAccessVlanAndTheModeOfAPort)
     put(1, 0, true);
     put(2, 1);
     put(3, 1);
-    model.set_port_vlans({{2, {10, false}}, {3, {4094, true}}});
+    model.set_bridge_vlans({{2, {10, false}}, {3, {4094, true}}});
     const vlan_answer access = ask(2);
     EXPECT_EQ(access.vinst, wire::vinst);
     EXPECT_EQ(access.vlan, 10u);
@@ -108,10 +109,22 @@ TEST_F(VlanAnswer, IsNoValueForAPortThatIsInNone)
     put(1, 0, true);
     put(2, 1);
     put(3, 0);
-    model.set_port_vlans({{2, {0, true}}, {3, {10, false}}});
+    model.set_bridge_vlans({{2, {0, true}}, {3, {10, false}}});
     EXPECT_EQ(ask(2).error, wire::no_such_value) << "tagged VLANs only";
     EXPECT_EQ(ask(3).error, wire::no_such_value) << "no switchport";
     EXPECT_EQ(ask(1).error, wire::no_such_value) << "the bridge itself";
+}
+
+TEST_F(VlanAnswer, IsItsOwnVlanForAVlanInterface)
+{
+    device::link_facts sub;
+    sub.key = 5;
+    sub.type = IF_INDEX_TYPE_VLAN_SUBIF;
+    sub.vlan = 100;
+    ASSERT_TRUE(model.put(sub));
+    const vlan_answer own = ask(5);
+    EXPECT_EQ(own.vlan, 100u);
+    EXPECT_EQ(own.mode, 0x200u);
 }
 
 } // namespace
