@@ -54,7 +54,7 @@ uint32_t ifsvc_is_ifindex_svi(uint32_t if_index);
 
 /* ---- Values ---- */
 
-uint32_t ifsvc_get_if_mtu(uint32_t iod); /* bytes; 16 bits are significant */
+uint32_t ifsvc_get_if_mtu(uint32_t iod);       /* bytes; 16 bits are significant */
 uint32_t ifsvc_get_if_encaptype(uint32_t iod); /* device's own number; 16 bits; 0 = not known */
 
 /* VLAN of a VLAN (sub-)interface; a device may give the access VLAN of a switchport too. 16 bits;

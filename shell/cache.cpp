@@ -40,10 +40,7 @@ void print_dump(uintptr_t, const char *format, ...)
 }
 
 // That an interface lacks a value is an answer; everything else leaves a question open.
-bool leaves_open(u32 code)
-{
-    return code != VARN_DEVICE_OK && code != VARN_DEVICE_E_NO_VALUE;
-}
+bool leaves_open(u32 code) { return code != VARN_DEVICE_OK && code != VARN_DEVICE_E_NO_VALUE; }
 
 } // namespace
 
