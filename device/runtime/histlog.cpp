@@ -18,7 +18,6 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/mman.h>
-#include <time.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -40,29 +39,6 @@ constinit std::atomic<uint32_t> state{state_word(0, closed)};
 constinit std::atomic<uint64_t> records_begun{0};
 constinit void *mapping = nullptr; // written by the thread that set the phase to opening
 
-uint64_t now_ns()
-{
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    return static_cast<uint64_t>(now.tv_sec) * 1000000000u + static_cast<uint64_t>(now.tv_nsec);
-}
-
-bool is_plain(char c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
-           c == '_';
-}
-
-// The program's name as it can stand in a file name and in the header.
-std::string program_name()
-{
-    std::string name = program_invocation_short_name;
-    name.resize(std::min(name.size(), sizeof file_header::program - 1));
-    for (char &c : name)
-        c = is_plain(c) ? c : '_';
-    return name.empty() ? "_" : name;
-}
-
 file_header make_header()
 {
     file_header header{};
@@ -70,9 +46,9 @@ file_header make_header()
     header.version = histlog::file_version;
     header.slot_size = histlog::slot_size;
     header.slot_count = histlog::slot_count;
-    header.started_ns = now_ns();
+    header.started_ns = histlog::now_ns();
     header.pid = static_cast<uint32_t>(getpid());
-    program_name().copy(header.program, sizeof header.program - 1);
+    histlog::program_name(sizeof header.program).copy(header.program, sizeof header.program - 1);
     return header;
 }
 
@@ -167,7 +143,7 @@ uint32_t write_record(file_slot &record, const void *bytes)
         return histlog::bad_argument;
     if (!store_is_open())
         return histlog::no_store;
-    record.time_ns = now_ns();
+    record.time_ns = histlog::now_ns();
     if (record.length != 0)
         memcpy(record.bytes, bytes, record.length);
     publish(record);

@@ -8,6 +8,7 @@
 #include <dirent.h>
 #include <signal.h>
 #include <sys/stat.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -24,8 +25,6 @@ namespace histlog
 
 namespace
 {
-
-constexpr std::string_view suffix = ".hist";
 
 std::string last_resort() { return "/tmp/varn-history-" + std::to_string(geteuid()); }
 
@@ -65,7 +64,8 @@ std::optional<number> take_number(std::string_view &text, int base)
     return value;
 }
 
-std::optional<history_file> parse(const std::string &directory, std::string_view name)
+std::optional<history_file> parse(const std::string &directory, std::string_view name,
+                                  std::string_view suffix)
 {
     std::string_view rest = name;
     if (!rest.ends_with(suffix))
@@ -76,6 +76,12 @@ std::optional<history_file> parse(const std::string &directory, std::string_view
     if (!pid || rest.empty())
         return std::nullopt;
     return history_file{directory + "/" + std::string(name), std::string(rest), *pid, *started};
+}
+
+bool is_plain(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '-' ||
+           c == '_';
 }
 
 // A pid that kill would take for a group or for everybody is no process's.
@@ -108,14 +114,14 @@ std::string writing_directory()
     return {};
 }
 
-std::vector<history_file> list(const std::string &directory)
+std::vector<history_file> list(const std::string &directory, std::string_view suffix)
 {
     std::vector<history_file> files;
     const std::unique_ptr<DIR, int (*)(DIR *)> open_directory(opendir(directory.c_str()), closedir);
     if (open_directory == nullptr)
         return files;
     while (const dirent *entry = readdir(open_directory.get())) {
-        if (auto file = parse(directory, entry->d_name))
+        if (auto file = parse(directory, entry->d_name, suffix))
             files.push_back(std::move(*file));
     }
     std::sort(files.begin(), files.end(), [](const history_file &a, const history_file &b) {
@@ -136,11 +142,28 @@ void make_room(const std::string &directory)
     }
 }
 
-std::string file_name(const std::string &program, uint32_t pid, uint64_t started_ns)
+std::string file_name(const std::string &program, uint32_t pid, uint64_t started_ns,
+                      std::string_view suffix)
 {
     char digits[17];
     snprintf(digits, sizeof digits, "%016llx", static_cast<unsigned long long>(started_ns));
     return program + "." + std::to_string(pid) + "." + digits + std::string(suffix);
+}
+
+std::string program_name(size_t field_size)
+{
+    std::string name = program_invocation_short_name;
+    name.resize(std::min(name.size(), field_size - 1));
+    for (char &c : name)
+        c = is_plain(c) ? c : '_';
+    return name.empty() ? "_" : name;
+}
+
+uint64_t now_ns()
+{
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return static_cast<uint64_t>(now.tv_sec) * 1000000000u + static_cast<uint64_t>(now.tv_nsec);
 }
 
 } // namespace histlog

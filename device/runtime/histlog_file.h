@@ -49,7 +49,8 @@ static_assert(sizeof(file_header) == slot_size && sizeof(file_slot) == slot_size
 static_assert(offsetof(file_slot, bytes) == 40 && offsetof(file_header, program) == 28);
 static_assert(record_max % 4 == 0);
 
-// The length must have been checked. Each step is a bijection, so one changed word always shows.
+// The length must have been checked. Each step is a bijection, so one changed word always shows. The
+// shift brings high bits down: a product alone would leave them where two flips undo each other.
 inline uint32_t checksum_of(const file_slot &slot)
 {
     uint32_t words[slot_size / 4];
@@ -57,8 +58,10 @@ inline uint32_t checksum_of(const file_slot &slot)
     words[offsetof(file_slot, checksum) / 4] = 0;
     const size_t count = (offsetof(file_slot, bytes) + slot.length + 3) / 4;
     uint32_t sum = 2166136261u;
-    for (size_t i = 0; i < count; ++i)
+    for (size_t i = 0; i < count; ++i) {
         sum = (sum ^ words[i]) * 16777619u;
+        sum ^= sum >> 15;
+    }
     return sum;
 }
 

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace histlog
@@ -45,8 +46,12 @@ enum class read_result { ok, cannot_read, not_a_history };
 // the order in which one looks for a place.
 std::vector<std::string> directories();
 
-// Gives the history files of a directory, oldest first; none if it cannot be read.
-std::vector<history_file> list(const std::string &directory);
+constexpr std::string_view history_suffix = ".hist";
+
+// Gives the history files of a directory, or others with names of that form, oldest first; none if
+// it cannot be read.
+std::vector<history_file> list(const std::string &directory,
+                               std::string_view suffix = history_suffix);
 
 // Reads one file. *out is written with read_result::ok only.
 read_result read(const std::string &path, history *out);

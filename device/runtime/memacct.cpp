@@ -9,6 +9,7 @@
 
 #include "memacct_cells.h"
 #include "memacct_figures.h"
+#include "memacct_file.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -55,7 +56,7 @@ void forget_names(uint32_t id)
     for (uint32_t number = 0; number < memacct::cell_count; ++number) {
         const uint64_t key = cell_at(number).key.load();
         if (key != memacct::free_key && key >> 32 == id)
-            cell_at(number).name.store(nullptr);
+            memacct::set_name(number, nullptr);
     }
 }
 
@@ -64,14 +65,14 @@ uint32_t set_name(uint32_t id, uint32_t type, const char *name)
     const uint32_t number = memacct::find_or_take(id, type);
     if (number == overflow_cell)
         return no_room;
-    cell_at(number).name.store(name);
+    memacct::set_name(number, name);
     return ok;
 }
 
 const char *account_name(uint32_t id)
 {
     const uint32_t number = memacct::find(id, account_itself);
-    return number == overflow_cell ? nullptr : cell_at(number).name.load();
+    return number == overflow_cell ? nullptr : memacct::name_of(number);
 }
 
 memacct_figures_t figures_of(uint32_t number)
@@ -82,7 +83,7 @@ memacct_figures_t figures_of(uint32_t number)
     return {.id = id,
             .type = static_cast<uint32_t>(key),
             .account_name = account_name(id),
-            .type_name = c.name.load(),
+            .type_name = memacct::name_of(number),
             .live_blocks = c.live_blocks.load(),
             .live_bytes = c.live_bytes.load(),
             .total_allocations = c.total_allocations.load(),
@@ -102,6 +103,7 @@ uint32_t memacct_init(const char *name, uint32_t id, const char *const *type_nam
 {
     if (name == nullptr || (type_names == nullptr && num_types != 0))
         return bad_argument;
+    memacct::show_cells();
     forget_names(id);
     uint32_t result = set_name(id, account_itself, name);
     for (uint32_t type = 0; type < num_types && result == ok; ++type)
@@ -117,6 +119,7 @@ void *memacct_alloc(uint32_t id, uint32_t type, size_t size)
     void *memory = aligned_alloc(line_size, lines * line_size);
     if (memory == nullptr)
         return nullptr;
+    memacct::show_cells_of_child();
     auto *header = new (memory)
         block_header{.size = size, .cell_number = cell_for_blocks(id, type), .seal = 0};
     header->seal = seal_of(header);
