@@ -84,22 +84,24 @@ start_service() {
     cat "$work/deviced.log"
 }
 
+# Nobody marks anything as stale here: the service tells the client what changed.
 link_goes_down() {
     cat <<'END'
 echo
-echo == leaf1 is taken down. The service has seen it, nobody has told the cache:
-! ip link set leaf1 down
-await linkup leaf1 no
-echo -n leaf1 linkup, the service:
-query --direct linkup leaf1
-echo -n leaf1 linkup, the cache:
-query linkup leaf1
+echo == leaf1 is taken down. The service tells its clients, and each notice goes to its handler in the cache
+echo == (PhysicalState to varn_update_phy_state, ...). On the right, what asking again for link, protocol
+echo == and MTU costs afterwards. Of a port that went down the cache forgets everything:
+! (sleep 0.3; ip link set leaf1 down) &
+watch 1
 echo
-echo == The client marks leaf1 as stale, as it does when it is told of a change:
-stale leaf1
-echo -n leaf1 linkup, the cache:
-query linkup leaf1
+echo == The answers are the new ones, and come from the cache again:
+query --json linkup leaf1
 show interfaces
+echo
+echo == An MTU is changed. The handler asks for it at once, so the next query costs nothing:
+! ip link set uplink0 mtu 4000
+await mtu uplink0 4000
+query --json mtu uplink0
 END
 }
 

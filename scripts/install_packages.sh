@@ -1,21 +1,23 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
 # Installs the Debian packages that a target of ./run needs and the machine lacks.
-# usage: install_packages.sh build|check|coverage
+# usage: install_packages.sh build|check|coverage|kernel
 set -eu
 
 build='cmake ninja-build gcc g++ pkg-config iproute2 libsystemd-dev libnl-route-3-dev libcli11-dev
-    libfmt-dev nlohmann-json3-dev googletest libbenchmark-dev'
+    libfmt-dev nlohmann-json3-dev libedit-dev googletest libbenchmark-dev'
 check="$build gcc-multilib g++-multilib clang clang-format clang-tidy libclang-rt-14-dev valgrind
-    binutils"
+    binutils python3-jsonschema python3-prometheus-client"
 coverage="$check gcovr"
+kernel="$build qemu-system-x86 busybox-static cpio kmod"
 
 case "$1" in
 build) wanted=$build ;;
 check) wanted=$check ;;
 coverage) wanted=$coverage ;;
+kernel) wanted=$kernel ;;
 *)
-    echo "usage: install_packages.sh build|check|coverage" >&2
+    echo "usage: install_packages.sh build|check|coverage|kernel" >&2
     exit 2
     ;;
 esac

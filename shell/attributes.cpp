@@ -7,6 +7,8 @@
 
 #include <fmt/format.h>
 
+#include "aggsvc.h"
+#include "idxsvc.h"
 #include "ifsvc.h"
 
 namespace shell
@@ -62,6 +64,61 @@ std::string direct_if_index(u32 iod)
     return fmt::format("0x{:08x}", if_index);
 }
 
+u32 if_index_of(u32 iod)
+{
+    u32 if_index = 0;
+    varn_ifsvc_get_ifindex_frm_iod(iod, &if_index);
+    return if_index;
+}
+
+// The cache answers that all is well for an interface without a port index, and the service does
+// not.
+std::string index_text(u32 code, u32 index)
+{
+    return code == 0 && index != VARN_NO_PI ? fmt::format("{}", index) : "none";
+}
+
+std::string cached_pi(u32 iod)
+{
+    u32 pi = VARN_NO_PI;
+    const u32 code = varn_idxsvc_lib_ifidx_to_di(static_cast<std::int32_t>(if_index_of(iod)), &pi);
+    return index_text(code, pi);
+}
+
+std::string direct_pi(u32 iod)
+{
+    u32 pi = VARN_NO_PI;
+    const u32 code = idxsvc_lib_ifidx_to_di(static_cast<std::int32_t>(if_index_of(iod)), &pi);
+    return index_text(code, pi);
+}
+
+// The parent of a VLAN interface is asked for as the first member of a port-channel is.
+std::string member_text(u32 code, u32 member)
+{
+    char name[64] = {};
+    if (code != 0 || member == 0 || ifsvc_get_ifindex_name(member, name, sizeof name) != 0)
+        return "none";
+    return name;
+}
+
+std::string cached_first_member(u32 iod)
+{
+    u32 member = 0;
+    const u32 code = varn_aggsvc_get_fop(if_index_of(iod), &member);
+    return member_text(code, member);
+}
+
+std::string direct_first_member(u32 iod)
+{
+    aggsvc_pc_info_t info{};
+    info.pc_ifindex = if_index_of(iod);
+    const u32 code = aggsvc_get_pc_info(&info);
+    return member_text(code, info.first_operational_mbr);
+}
+
+u32 cached_extension(u32 iod) { return varn_ifsvc_get_extension(iod, own_uuid); }
+u32 direct_extension(u32 iod) { return ifsvc_get_extension(iod, own_uuid); }
+
 u32 direct_iod_svi(u32 iod)
 {
     u32 if_index = 0;
@@ -104,6 +161,7 @@ constexpr scalar scalar_table[] = {
                      ifsvc_get_if_encaptype, VARN_BIT_ENCAP, form::number },
     { "vlanid",      varn_ifsvc_get_if_vlanid,
                      ifsvc_get_if_vlanid, VARN_BIT_VLAN, form::number },
+    { "extension",   cached_extension,            direct_extension,        VARN_BIT_EXTN, form::number },
 };
 
 constexpr textual textual_table[] = {
@@ -111,6 +169,8 @@ constexpr textual textual_table[] = {
     { "name",      VARN_BIT_NAME, cached_name,      direct_name },
     { "vlan_info", VARN_BIT_VLAN, cached_vlan_info, direct_vlan_info },
     { "ifindex",   VARN_BIT_IOD,  cached_if_index,  direct_if_index },
+    { "pi",        VARN_BIT_PI,   cached_pi,        direct_pi },
+    { "first_member", VARN_BIT_AGGSVC_IF, cached_first_member, direct_first_member },
 };
 // clang-format on
 
@@ -160,6 +220,12 @@ std::vector<std::string> attribute_names()
     for (const textual &row : textual_table)
         names.emplace_back(row.name);
     return names;
+}
+
+form form_of(std::string_view name)
+{
+    const scalar *row = find_scalar(name);
+    return row == nullptr ? form::text : row->shown_as;
 }
 
 std::string mac_text(const std::uint8_t *mac)

@@ -14,7 +14,7 @@
 namespace shell
 {
 
-enum class form { yes_no, number };
+enum class form { yes_no, number, text };
 
 // An attribute whose answer is one number.
 struct scalar {
@@ -33,6 +33,7 @@ const scalar *find_scalar(std::string_view name);
 bool find_attribute(std::string_view name, unsigned &bit);
 std::string ask_attribute(std::string_view name, u32 iod, bool direct);
 std::vector<std::string> attribute_names();
+form form_of(std::string_view name);
 
 std::string mac_text(const std::uint8_t *mac);
 

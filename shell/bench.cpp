@@ -9,6 +9,7 @@
 #include <chrono>
 
 #include <fmt/format.h>
+#include <nlohmann/json.hpp>
 
 #include "attributes.h"
 
@@ -43,7 +44,13 @@ double median(timings values)
     return *middle;
 }
 
-std::string measure(const scalar &row, u32 iod)
+struct measured {
+    std::string_view attribute;
+    double cached, direct; // nanoseconds
+    std::string failure;
+};
+
+measured measure(const scalar &row, u32 iod)
 {
     attempt asking(iod);
     timings cached{}, direct{};
@@ -52,24 +59,42 @@ std::string measure(const scalar &row, u32 iod)
         cached[turn] = nanoseconds_each(row.cached, iod, cached_questions);
         direct[turn] = nanoseconds_each(row.direct, iod, direct_questions);
     }
-    std::string reason = asking.failure();
-    if (reason.empty())
-        fmt::print("{:<12}  {:>10.1f} ns  {:>10.0f} ns  {:>10.0f} x\n", row.name, median(cached),
-                   median(direct), median(direct) / median(cached));
-    return reason;
+    return {row.name, median(cached), median(direct), asking.failure()};
+}
+
+void print_row(const measured &row)
+{
+    fmt::print("{:<12}  {:>10.1f} ns  {:>10.0f} ns  {:>10.0f} x\n", row.attribute, row.cached,
+               row.direct, row.direct / row.cached);
+}
+
+void print_json(const listed &subject, const std::vector<measured> &rows)
+{
+    nlohmann::ordered_json all = {{"interface", subject.name}, {"turns", repetitions}};
+    for (const measured &row : rows)
+        all["attributes"][std::string(row.attribute)] = {{"cached_ns", row.cached},
+                                                         {"direct_ns", row.direct},
+                                                         {"ratio", row.direct / row.cached}};
+    fmt::print("{}\n", all.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
 }
 
 } // namespace
 
-std::string bench(const listed &subject)
+std::string bench(const listed &subject, shape shown_as)
 {
-    fmt::print("{}, medians of {} turns\n{:<12}  {:>13}  {:>13}  {:>12}\n", subject.name,
-               repetitions, "ATTRIBUTE", "CACHED", "DIRECT", "RATIO");
+    std::vector<measured> rows;
+    if (shown_as == shape::text)
+        fmt::print("{}, medians of {} turns\n{:<12}  {:>13}  {:>13}  {:>12}\n", subject.name,
+                   repetitions, "ATTRIBUTE", "CACHED", "DIRECT", "RATIO");
     for (const std::string_view name : asked) {
-        std::string reason = measure(*find_scalar(name), subject.iod);
-        if (!reason.empty())
-            return reason;
+        rows.push_back(measure(*find_scalar(name), subject.iod));
+        if (!rows.back().failure.empty())
+            return rows.back().failure;
+        if (shown_as == shape::text)
+            print_row(rows.back());
     }
+    if (shown_as == shape::json)
+        print_json(subject, rows);
     return {};
 }
 

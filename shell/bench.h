@@ -5,12 +5,13 @@
 #define VARNSH_BENCH_H
 
 #include "roster.h"
+#include "tables.h"
 
 namespace shell
 {
 
 // Prints medians and ratios for some attributes of one interface. Empty, or why it ended early.
-std::string bench(const listed &subject);
+std::string bench(const listed &subject, shape shown_as);
 
 } // namespace shell
 

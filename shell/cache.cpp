@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 
+#include "follower.h"
 #include "ht.h"
 #include "varn_device.h"
 
@@ -14,7 +15,11 @@ namespace shell
 namespace
 {
 
-constexpr u32 own_uuid = 1; // key of this client's event history and of extension 0
+// What comes and goes while an interface lives, and what its clients attached to it.
+constexpr u64 flush_states =
+    VARN_MASK(VARN_BIT_LINKUP) | VARN_MASK(VARN_BIT_PROTOUP) | VARN_MASK(VARN_BIT_AGGSVC_IF);
+constexpr u64 flush_extensions = VARN_MASK(VARN_BIT_EXTN) | VARN_MASK(VARN_BIT_EXTN1) |
+                                 VARN_MASK(VARN_BIT_EXTN2) | VARN_MASK(VARN_BIT_EXTN3);
 
 void print_trace(uintptr_t, const char *format, ...)
 {
@@ -48,6 +53,9 @@ bool start_cache(bool with_traces)
 {
     varn_config_t config{};
     config.sync = VARN_MASK(VARN_BIT_PC + 1) - 1;
+    config.crit = config.sync & ~VARN_MASK(VARN_BIT_IOD); // as follower.h asks
+    config.med = flush_states;
+    config.low = flush_extensions;
     config.uuid = own_uuid;
     for (u32 n = 0; n < 3; ++n)
         config.extn_uuid[n] = own_uuid + 1 + n;
@@ -59,14 +67,13 @@ bool start_cache(bool with_traces)
     return varn_init(&config) == 1;
 }
 
-// The library's clean-up leaves the entries to the client. A walk survives the removal of the entry
-// that it gave last.
+// The library's clean-up leaves the entries to the client, and while the cache is off none can be
+// removed.
 void end_cache()
 {
-    ht_iterator_t walk;
-    ht_iterator_init(&walk, &varn.if_table, 0, varn.if_table.num_buckets);
-    while (void *entry = ht_iterator_next(&walk))
-        varn_if_destroy_entry(static_cast<varn_if_entry_t *>(entry));
+    if (varn_is_enabled() != 1)
+        varn_restore_cache();
+    forget_everything();
     varn_cleanup();
 }
 

@@ -20,6 +20,8 @@ namespace shell
 using u32 = std::uint32_t;
 using u64 = std::uint64_t;
 
+inline constexpr u32 own_uuid = 1; // key of this client's event history and of extension 0
+
 // Starts the cache. Reports go to standard error, and traces too where they are wanted.
 bool start_cache(bool with_traces);
 

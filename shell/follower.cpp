@@ -8,6 +8,7 @@
 #include <cstdint>
 
 #include "ht.h"
+#include "if_index.h"
 #include "varn.h"
 
 namespace shell
@@ -131,10 +132,24 @@ void extension_removed(uintptr_t, u32, u32 iod, u32 key)
         varn_remove_extension0(static_cast<std::int32_t>(iod));
 }
 
-void changed(uintptr_t, u32 if_index, u32)
+// What a query would not set right again by itself: the parent of a VLAN sub-interface, which only a
+// refresh that finds the VLAN dirty asks for, and the size of private data, which only a decoder is
+// told.
+bool needs_refresh(const varn_if_entry_t &entry)
 {
-    if (varn_if_entry_t *entry = entry_of_if(if_index))
-        varn_flush_if_entry(entry, flush_crit);
+    const bool keeps_parent = entry.aggsvc_if != 0 && entry.if_type != IF_INDEX_TYPE_PC;
+    return keeps_parent || varn.config.extn_decode[0] != nullptr;
+}
+
+void changed(uintptr_t, u32 if_index, u32 iod)
+{
+    varn_if_entry_t *entry = entry_of_if(if_index);
+    if (entry == nullptr)
+        return;
+    const guard watch(iod, if_index);
+    varn_flush_if_entry(entry, flush_crit);
+    if (needs_refresh(*entry))
+        varn_if_update_entry(entry, 0);
 }
 
 void removed(uintptr_t, u32 if_index, u32)

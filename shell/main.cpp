@@ -3,16 +3,18 @@
 // main.cpp: varnsh, a client process with a command line. Commands come from -c or, without any,
 // from standard input. All are run; the exit code is that of the first that failed: 1 for an
 // interface that is not there or a service that does not answer, 2 for what was not understood.
+#include <clocale>
 #include <cstdio>
-#include <iostream>
+#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include <CLI/CLI.hpp>
-#include <unistd.h>
 
 #include "cache.h"
 #include "commands.h"
+#include "input.h"
+#include "terminal.h"
 #include "varn_device.h"
 #include "words.h"
 
@@ -29,6 +31,10 @@ struct options {
 class session
 {
 public:
+    explicit session(const std::string &socket) : interpreter_(socket) {}
+
+    shell::interpreter &commands() { return interpreter_; }
+
     void run(const std::string &text)
     {
         for (const std::string &command : shell::split_commands(text)) {
@@ -48,17 +54,32 @@ private:
     shell::verdict first_failure_ = shell::done;
 };
 
+template <typename Lines>
+void run_lines(session &commands, Lines &lines)
+{
+    std::string line;
+    while (!commands.ended() && lines.next(line))
+        commands.run(line);
+}
+
 void read_commands(session &commands)
 {
-    const bool prompting = isatty(STDIN_FILENO) != 0;
-    std::string line;
-    while (!commands.ended()) {
-        if (prompting)
-            std::cout << "varnsh> " << std::flush;
-        if (!std::getline(std::cin, line))
-            return;
-        commands.run(line);
+    if (shell::input_is_terminal() && shell::output_is_terminal()) {
+        shell::edited_lines lines(commands.commands());
+        run_lines(commands, lines);
+    } else {
+        shell::plain_lines lines(commands.commands().told());
+        run_lines(commands, lines);
     }
+}
+
+// As the client library chooses it.
+std::string socket_path(const options &chosen)
+{
+    const char *given = std::getenv(VARN_DEVICE_SOCKET_VARIABLE);
+    if (!chosen.socket.empty())
+        return chosen.socket;
+    return given != nullptr && *given != '\0' ? given : VARN_DEVICE_DEFAULT_SOCKET;
 }
 
 void set_up_client(const options &chosen)
@@ -71,6 +92,7 @@ void set_up_client(const options &chosen)
 
 int run(int argc, char **argv)
 {
+    std::setlocale(LC_CTYPE, "");
     options chosen;
     CLI::App app("Asks about this device's interfaces through a cache of their attributes.");
     app.add_option("-c", chosen.commands, "Commands to run, divided by ';' (may be repeated)")
@@ -91,11 +113,13 @@ int run(int argc, char **argv)
         std::fprintf(stderr, "varnsh: the cache cannot be started\n");
         return shell::unanswered;
     }
-    session commands;
+    session commands(socket_path(chosen));
+    commands.commands().told().subscribe();
     for (const std::string &text : chosen.commands)
         commands.run(text);
     if (chosen.commands.empty())
         read_commands(commands);
+    varn_device_subscribe(nullptr);
     shell::end_cache();
     varn_device_disconnect();
     return commands.exit_code();

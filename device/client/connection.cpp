@@ -5,7 +5,8 @@
 // Every wait is bounded by the deadline of the request that causes it, connecting included. A
 // connection on which an answer did not come in time is closed, because the answer may still come
 // and nobody would take it. While a pause lasts, requests fail with the code of the failure that
-// began it.
+// began it. That is for requests; the attempts that dispatching makes have their own pause besides,
+// so that a service that breaks each connection at once is not connected to without end.
 #include "connection.h"
 
 #include <algorithm>
@@ -17,6 +18,7 @@
 #include <string_view>
 
 #include "device/service/wire.h"
+#include "notices.h"
 #include "varn_device.h"
 
 namespace client
@@ -36,6 +38,8 @@ struct state {
     char path[longest_path + 1];
     u64 timeout; // microseconds; 0 = the default
     u64 pause;   // length of the next pause; 0 = none was needed yet
+    u64 opened_at;
+    u64 broke_until; // pause of those attempts that no request makes
     u64 closed_until;
     u32 closed_code;
     char closed_text[256];
@@ -46,13 +50,6 @@ struct state {
 
 state self;
 
-u64 now()
-{
-    timespec at{};
-    clock_gettime(CLOCK_MONOTONIC, &at);
-    return static_cast<u64>(at.tv_sec) * 1000000 + static_cast<u64>(at.tv_nsec) / 1000;
-}
-
 u64 timeout()
 {
     return self.timeout != 0 ? self.timeout : VARN_DEVICE_DEFAULT_TIMEOUT_MS * usec_per_msec;
@@ -62,7 +59,8 @@ void forget_answer() { self.answer = sd_bus_message_unref(self.answer); }
 
 void close_bus()
 {
-    forget_answer();
+    if (self.bus != nullptr)
+        before_closing();
     self.bus = sd_bus_close_unref(self.bus);
 }
 
@@ -70,7 +68,10 @@ void open_gate()
 {
     self.pause = 0;
     self.closed_until = 0;
+    self.broke_until = 0;
 }
+
+void lengthen_pause() { self.pause = std::clamp(2 * self.pause, first_pause, longest_pause); }
 
 u32 choose_path(const char *path)
 {
@@ -86,17 +87,22 @@ u32 choose_path(const char *path)
     return VARN_DEVICE_OK;
 }
 
-// Says what failed and closes the gate for a while.
-u32 fail(int negative_errno)
+// Closes the gate for a while, and keeps why.
+void close_gate(int negative_errno)
 {
     const bool silent = negative_errno == -ETIMEDOUT;
     std::snprintf(self.closed_text, sizeof self.closed_text,
                   silent ? "the service at %s does not answer" : "no service at %s: %s", self.path,
                   std::strerror(-negative_errno));
     close_bus();
-    self.pause = std::clamp(2 * self.pause, first_pause, longest_pause);
+    lengthen_pause();
     self.closed_until = now() + self.pause;
     self.closed_code = silent ? VARN_DEVICE_E_TIMEOUT : VARN_DEVICE_E_NO_SERVICE;
+}
+
+u32 fail(int negative_errno)
+{
+    close_gate(negative_errno);
     return note(self.closed_code, self.closed_text);
 }
 
@@ -139,8 +145,11 @@ int start_bus()
 
 int open_bus(u64 deadline)
 {
-    const int result = start_bus();
-    return result < 0 ? result : wait_until_ready(deadline);
+    int result = start_bus();
+    if (result >= 0)
+        result = wait_until_ready(deadline);
+    self.opened_at = now();
+    return result < 0 ? result : join_stream(deadline);
 }
 
 // A refusal by the service itself; 0 when the error came about on this side of the socket.
@@ -166,11 +175,6 @@ u32 code_of_refusal(const sd_bus_error &error)
     return 0;
 }
 
-struct outcome {
-    int result; // negative: the connection is of no more use
-    u32 code;
-};
-
 int build(const char *name, const arguments &with, sd_bus_message *&request)
 {
     const int result = sd_bus_message_new_method_call(
@@ -178,25 +182,27 @@ int build(const char *name, const arguments &with, sd_bus_message *&request)
     return result < 0 ? result : with.append_to(request);
 }
 
-outcome call(const char *name, const arguments &with, u64 deadline)
+u32 ask_service(const char *name, const arguments &with)
 {
-    sd_bus_message *request = nullptr;
-    sd_bus_error error{};
-    const u64 at = now();
-    outcome out = {build(name, with, request), VARN_DEVICE_OK};
-    if (out.result >= 0) {
-        ++self.requests;
-        out.result = at < deadline
-                         ? sd_bus_call(self.bus, request, deadline - at, &error, &self.answer)
-                         : -ETIMEDOUT;
+    const u64 deadline = deadline_from_now();
+    if (self.bus == nullptr && now() < self.closed_until)
+        return note(self.closed_code, self.closed_text);
+
+    for (bool was_open = self.bus != nullptr;; was_open = false) {
+        int result = was_open ? 0 : open_bus(deadline);
+        if (result >= 0) {
+            ++self.requests;
+            const outcome out = call(name, with, deadline, self.answer);
+            if (out.result >= 0) {
+                open_gate();
+                return out.code;
+            }
+            result = out.result;
+        }
+        if (!was_open || result == -ETIMEDOUT)
+            return fail(result);
+        close_bus(); // it broke since the last request: once more, over a new connection
     }
-    if (out.result < 0)
-        out.code = code_of_refusal(error);
-    if (out.code != VARN_DEVICE_OK)
-        out = {0, note(out.code, error.message == nullptr ? name : error.message)};
-    sd_bus_error_free(&error);
-    sd_bus_message_unref(request);
-    return out;
 }
 
 } // namespace
@@ -213,26 +219,65 @@ u32 ask(const char *name, const arguments &with, sd_bus_message *&answer)
     forget_answer();
     if (self.path[0] == '\0' && choose_path(nullptr) != VARN_DEVICE_OK)
         return self.error;
-    const u64 begun = now();
-    const u64 deadline = begun + timeout();
-    if (self.bus == nullptr && begun < self.closed_until)
-        return note(self.closed_code, self.closed_text);
+    const u32 code = ask_service(name, with);
+    answer = self.answer;
+    if (code == VARN_DEVICE_E_NO_SERVICE || code == VARN_DEVICE_E_TIMEOUT)
+        note_failed_request();
+    look_after_notices();
+    return code;
+}
 
-    for (bool was_open = self.bus != nullptr;; was_open = false) {
-        int result = was_open ? 0 : open_bus(deadline);
-        if (result >= 0) {
-            const outcome out = call(name, with, deadline);
-            if (out.result >= 0) {
-                open_gate();
-                answer = self.answer;
-                return out.code;
-            }
-            result = out.result;
-        }
-        if (!was_open || result == -ETIMEDOUT)
-            return fail(result);
-        close_bus(); // it broke since the last request: once more, over a new connection
-    }
+outcome call(const char *name, const arguments &with, u64 deadline, sd_bus_message *&answer)
+{
+    sd_bus_message *request = nullptr;
+    sd_bus_error error{};
+    const u64 at = now();
+    outcome out = {build(name, with, request), VARN_DEVICE_OK};
+    if (out.result >= 0)
+        out.result = at < deadline ? sd_bus_call(self.bus, request, deadline - at, &error, &answer)
+                                   : -ETIMEDOUT;
+    if (out.result < 0)
+        out.code = code_of_refusal(error);
+    if (out.code != VARN_DEVICE_OK)
+        out = {0, note(out.code, error.message == nullptr ? name : error.message)};
+    sd_bus_error_free(&error);
+    sd_bus_message_unref(request);
+    return out;
+}
+
+sd_bus *connection() { return self.bus; }
+
+u64 now()
+{
+    timespec at{};
+    clock_gettime(CLOCK_MONOTONIC, &at);
+    return static_cast<u64>(at.tv_sec) * 1000000 + static_cast<u64>(at.tv_nsec) / 1000;
+}
+
+u64 deadline_from_now() { return now() + timeout(); }
+
+// One that held for long broke because the service ended: a new one may be there already.
+void give_up_connection(int negative_errno)
+{
+    if (negative_errno == -ETIMEDOUT)
+        return close_gate(negative_errno);
+    const bool held_for_long = now() - self.opened_at >= longest_pause;
+    close_bus();
+    if (held_for_long)
+        return open_gate();
+    lengthen_pause();
+    self.broke_until = now() + self.pause;
+}
+
+u64 attempts_allowed_from() { return std::max({self.closed_until, self.broke_until, u64{1}}); }
+
+void connect_again()
+{
+    if (self.path[0] == '\0' && choose_path(nullptr) != VARN_DEVICE_OK)
+        return;
+    const int result = open_bus(deadline_from_now());
+    if (result < 0)
+        close_gate(result);
 }
 
 u32 read_number(sd_bus_message *answer, u32 *number)
@@ -252,14 +297,21 @@ uint32_t varn_device_connect(const char *path)
 {
     varn_device_disconnect();
     open_gate();
-    const u32 code = choose_path(path);
-    if (code != VARN_DEVICE_OK)
-        return code;
-    const int result = open_bus(now() + timeout());
-    return result < 0 ? fail(result) : VARN_DEVICE_OK;
+    u32 code = choose_path(path);
+    if (code == VARN_DEVICE_OK) {
+        const int result = open_bus(deadline_from_now());
+        code = result < 0 ? fail(result) : VARN_DEVICE_OK;
+    }
+    look_after_notices();
+    return code;
 }
 
-void varn_device_disconnect(void) { close_bus(); }
+void varn_device_disconnect(void)
+{
+    forget_answer();
+    close_bus();
+    look_after_notices();
+}
 
 void varn_device_set_timeout(uint32_t milliseconds) { self.timeout = milliseconds * usec_per_msec; }
 

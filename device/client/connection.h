@@ -42,6 +42,31 @@ u32 ask_number(u32 *number, const char *name, const char *types, Values... value
 // Notes a failure for varn_device_last_error and gives its code.
 u32 note(u32 code, const char *explanation);
 
+// ---- For the notices, which share the connection ----
+
+sd_bus *connection(); // null: none is open
+
+struct outcome {
+    int result; // negative: the connection is of no more use
+    u32 code;
+};
+
+// One attempt to ask over the open connection. The answer is the caller's.
+outcome call(const char *name, const arguments &with, u64 deadline, sd_bus_message *&answer);
+
+// Times are microseconds of the monotonic clock.
+u64 now();
+u64 deadline_from_now(); // of a request that begins now
+
+// Closes a connection that broke while no request was under way, by the failure that showed it.
+void give_up_connection(int negative_errno);
+
+// From when on connect_again may be called.
+u64 attempts_allowed_from();
+
+// One attempt to connect, no part of a request: the last error stays what it is.
+void connect_again();
+
 // ---- What the templates are made of ----
 
 template <typename Append>

@@ -145,3 +145,24 @@ uint32_t varn_device_attach(uint32_t iod, uint32_t key, uint32_t extension, cons
     sd_bus_message *answer = nullptr;
     return ask("Attach", what, answer);
 }
+
+uint32_t varn_device_change(const char *const *words, uint32_t count, const char **answer)
+{
+    for (u32 n = 0; n < count; ++n)
+        if (words == nullptr || words[n] == nullptr)
+            return note(VARN_DEVICE_E_ARGUMENT, "a word of the change is missing");
+    const appended what([=](sd_bus_message *request) {
+        int result = sd_bus_message_open_container(request, 'a', "s");
+        for (u32 n = 0; n < count && result >= 0; ++n)
+            result = sd_bus_message_append_basic(request, 's', words[n]);
+        return result < 0 ? result : sd_bus_message_close_container(request);
+    });
+    sd_bus_message *said = nullptr;
+    const u32 code = ask("Change", what, said);
+    const char *text = nullptr;
+    if (code == VARN_DEVICE_OK && sd_bus_message_read(said, "s", &text) <= 0)
+        return note(VARN_DEVICE_E_BAD_ANSWER, "the service's answer is no text");
+    if (code == VARN_DEVICE_OK && answer != nullptr)
+        *answer = text;
+    return code;
+}

@@ -49,13 +49,14 @@ extern "C" {
  */
 uint32_t varn_device_connect(const char *path);
 
-/* Closes the connection. The next request connects again. */
+/* Closes the connection. The next request connects again, and with a subscription in force the next
+ * dispatching does. */
 void varn_device_disconnect(void);
 
 /* Sets how long a request may take, in milliseconds; 0 means the default. */
 void varn_device_set_timeout(uint32_t milliseconds);
 
-/* Requests sent by this process so far, whatever became of them. */
+/* Requests sent by this process so far, whatever became of them; subscriptions are none. */
 uint64_t varn_device_requests(void);
 
 /*
@@ -142,7 +143,10 @@ typedef struct varn_device_notices {
      *   changed            any other attribute (routing context, tunnel, port mode, name, an
      *                      extension): varn_flush_if_entry(entry, 2) if the interface stands in
      *                      varn.if_table, and only then, with crit = sync without VARN_BIT_IOD. A
-     *                      flush by a key would create the entry.
+     *                      flush by a key would create the entry. Then
+     *                      varn_if_update_entry(entry, 0) if the entry keeps a parent (aggsvc_if
+     *                      of what is no port-channel) or extension 0 has a decoder: no query
+     *                      asks for the parent, nor every one for the size of the data.
      *   removed            the interface is gone, also when another one has its if-index by now:
      *                      varn_if_remove_entry_by_if(if_index), and for a port-channel
      *                      varn_pc_remove_entry_by_if_index(if_index).
@@ -184,8 +188,8 @@ uint32_t varn_device_subscribe(const varn_device_notices_t *callbacks);
 
 /*
  * A descriptor that is readable while varn_device_dispatch has something to do: a notice is queued,
- * something arrived, or it is time to connect again. It stays the same for the life of the process.
- * -1: none could be made. Never read from it or close it.
+ * something arrived, or it is time to connect again. It stays the same for the life of the process;
+ * a forked child asks for its own. -1: none could be made. Never read from it or close it.
  */
 int varn_device_descriptor(void);
 

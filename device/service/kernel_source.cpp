@@ -21,7 +21,6 @@ namespace device
 namespace
 {
 
-constexpr int event_buffer_bytes = 1 << 20;
 constexpr int dump_attempts = 8;
 
 int collect(nl_msg *message, void *argument)
@@ -108,7 +107,7 @@ int kernel_source::open_sockets()
     nl_socket_enable_msg_peek(queries_.get());
     nl_socket_disable_seq_check(events_.get());
     nl_socket_enable_msg_peek(events_.get());
-    nl_socket_set_buffer_size(events_.get(), event_buffer_bytes, 0);
+    nl_socket_set_buffer_size(events_.get(), event_buffer_, 0);
     return nl_socket_modify_cb(events_.get(), NL_CB_VALID, NL_CB_CUSTOM, on_event, this);
 }
 
@@ -125,6 +124,7 @@ int kernel_source::drain_events()
         ;
     if (result != -NLE_AGAIN)
         recover(result);
+    try_unserved_again();
     read_port_vlans();
     model_.settle();
     return 0;
@@ -170,8 +170,10 @@ void kernel_source::read_again(u32 key)
     const int result = read_links(key, links);
     for (link_facts &facts : links)
         put(std::move(facts));
-    if (links.empty() && (result == -NLE_NODEV || result == -NLE_OBJ_NOTFOUND))
+    if (links.empty() && (result == -NLE_NODEV || result == -NLE_OBJ_NOTFOUND)) {
         model_.remove(key);
+        unserved_.erase(key);
+    }
 }
 
 int kernel_source::read_all_again()
@@ -196,7 +198,7 @@ int kernel_source::read_all_again()
 // Without an answer no port is in a VLAN: rather none than one that it has left.
 void kernel_source::read_port_vlans()
 {
-    std::map<u32, port_vlans> ports;
+    std::map<u32, carried_vlans> ports;
     int result = 0;
     if (has_bridges(model_))
         result = whole_dump([&] {
@@ -209,7 +211,25 @@ void kernel_source::read_port_vlans()
     told_of_failure_ = result < 0;
     if (result < 0)
         ports.clear();
-    model_.set_bridge_vlans(ports);
+    std::map<u32, port_vlans> summaries;
+    for (const auto &[key, vlans] : ports)
+        summaries[key] = vlans.summary;
+    model_.set_bridge_vlans(summaries);
+    keep_vlans(vlans_of_device(model_, ports));
+}
+
+// Their numbers stay as long as they do.
+void kernel_source::keep_vlans(const vlan_set &there)
+{
+    std::vector<u16> gone;
+    for (const auto &[vlan, facts] : model_.vlans())
+        if (!there[vlan])
+            gone.push_back(vlan);
+    for (const u16 vlan : gone)
+        model_.remove_vlan(vlan);
+    for (u16 vlan = 1; vlan <= IF_INDEX_VLAN_MAX; ++vlan)
+        if (there[vlan])
+            model_.put_vlan(vlan, {});
 }
 
 // With notifications lost, an ordinal alone no longer proves that the interface is the same one.
@@ -231,9 +251,18 @@ void kernel_source::put(link_facts facts)
     if (facts.type == IF_INDEX_TYPE_VLAN_SUBIF && parent != nullptr &&
         parent->masters == mastery::bridge)
         facts.type = IF_INDEX_TYPE_SVI;
-    if (!model_.put(facts))
+    if (model_.put(facts))
+        unserved_.erase(facts.key);
+    else if (unserved_.insert(facts.key).second)
         std::fprintf(stderr, "varn-deviced: %s cannot be numbered and is not served\n",
                      facts.name.c_str());
+}
+
+// What took their number may be gone: the second interface of a VLAN gets its turn.
+void kernel_source::try_unserved_again()
+{
+    for (const u32 key : std::set<u32>(unserved_))
+        read_again(key);
 }
 
 } // namespace device

@@ -17,6 +17,7 @@
 #define VARN_DEVICE_KERNEL_SOURCE_H
 
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -25,14 +26,21 @@
 #include <systemd/sd-event.h>
 
 #include "device_model.h"
+#include "port_vlans.h"
 
 namespace device
 {
 
+inline constexpr int default_event_buffer = 1 << 20;
+
 class kernel_source
 {
 public:
-    explicit kernel_source(device_model &model) : model_(model) {}
+    // With room for so many bytes of notifications that wait to be read.
+    explicit kernel_source(device_model &model, int event_buffer = default_event_buffer)
+        : model_(model), event_buffer_(event_buffer)
+    {
+    }
     kernel_source(const kernel_source &) = delete;
     kernel_source &operator=(const kernel_source &) = delete;
 
@@ -55,11 +63,15 @@ private:
     void read_again(u32 key);
     int read_all_again();
     void read_port_vlans();
+    void keep_vlans(const vlan_set &there);
     void put(link_facts facts);
+    void try_unserved_again();
     void drop_impostors(const std::vector<link_facts> &links);
 
     device_model &model_;
+    int event_buffer_; // bytes
     socket events_, queries_;
+    std::set<u32> unserved_;       // keys of links that got no number
     bool told_of_failure_ = false; // to read VLANs; said once until it works again
 };
 

@@ -4,8 +4,6 @@
 // inside of a network card, which speaks in the same words, is taken from the raw attributes.
 #include "port_vlans.h"
 
-#include <bit>
-
 #include <linux/if_bridge.h>
 #include <linux/rtnetlink.h>
 #include <netlink/attr.h>
@@ -14,14 +12,18 @@
 #include <netlink/route/link.h>
 #include <netlink/route/link/bridge.h>
 
+#include "if_index.h"
+
 namespace device
 {
 namespace
 {
 
+constexpr std::size_t word_bits = 32; // of libnl's bitmap
+
 struct port {
     u32 key = 0; // 0 = the message names none, or no VLANs
-    port_vlans vlans;
+    carried_vlans vlans;
 };
 
 bool is_about_a_card(nl_msg *message)
@@ -34,15 +36,16 @@ bool is_about_a_card(nl_msg *message)
     return flags != nullptr && (nla_get_u16(flags) & BRIDGE_FLAGS_SELF) != 0;
 }
 
-port_vlans summary_of(const rtnl_link_bridge_vlan &list)
+carried_vlans read_list(const rtnl_link_bridge_vlan &list)
 {
-    int carried = 0;
+    carried_vlans read;
     bool tagged = false;
     for (std::size_t n = 0; n < std::size(list.vlan_bitmap); ++n) {
-        carried += std::popcount(list.vlan_bitmap[n]);
+        read.all |= vlan_set(list.vlan_bitmap[n]) << (n * word_bits);
         tagged = tagged || (list.vlan_bitmap[n] & ~list.untagged_bitmap[n]) != 0;
     }
-    return {list.pvid, carried > 1 || tagged};
+    read.summary = {list.pvid, read.all.count() > 1 || tagged};
+    return read;
 }
 
 void on_object(nl_object *object, void *argument)
@@ -54,15 +57,15 @@ void on_object(nl_object *object, void *argument)
     if (list == nullptr)
         return;
     *static_cast<port *>(argument) = {static_cast<u32>(rtnl_link_get_ifindex(link)),
-                                      summary_of(*list)};
+                                      read_list(*list)};
 }
 
 int collect(nl_msg *message, void *argument)
 {
     u32 key = 0;
-    port_vlans vlans;
+    carried_vlans vlans;
     if (read_port_vlans(message, key, vlans))
-        (*static_cast<std::map<u32, port_vlans> *>(argument))[key] = vlans;
+        (*static_cast<std::map<u32, carried_vlans> *>(argument))[key] = vlans;
     return NL_OK;
 }
 
@@ -83,9 +86,19 @@ int send_question(nl_sock *socket)
     return result;
 }
 
+// Whether this is a bridge that filters VLANs, or a port of one.
+bool filters(const device_model &model, const interface *carrier)
+{
+    if (carrier == nullptr)
+        return false;
+    const interface *bridge =
+        carrier->masters == mastery::bridge ? carrier : model.find_key(carrier->master_key);
+    return bridge != nullptr && bridge->filters_vlans;
+}
+
 } // namespace
 
-bool read_port_vlans(nl_msg *message, u32 &key, port_vlans &vlans)
+bool read_port_vlans(nl_msg *message, u32 &key, carried_vlans &vlans)
 {
     port found;
     if (nlmsg_hdr(message)->nlmsg_type != RTM_NEWLINK || is_about_a_card(message) ||
@@ -96,13 +109,25 @@ bool read_port_vlans(nl_msg *message, u32 &key, port_vlans &vlans)
     return true;
 }
 
-int ask_port_vlans(nl_sock *socket, std::map<u32, port_vlans> &ports)
+int ask_port_vlans(nl_sock *socket, std::map<u32, carried_vlans> &ports)
 {
     const int result = send_question(socket);
     if (result < 0)
         return result;
     nl_socket_modify_cb(socket, NL_CB_VALID, NL_CB_CUSTOM, collect, &ports);
     return nl_recvmsgs_default(socket);
+}
+
+vlan_set vlans_of_device(const device_model &model, const std::map<u32, carried_vlans> &ports)
+{
+    vlan_set there;
+    for (const auto &[key, vlans] : ports)
+        if (filters(model, model.find_key(key)))
+            there |= vlans.all;
+    for (const auto &[iod, entry] : model.interfaces())
+        if (entry.type == IF_INDEX_TYPE_SVI)
+            there.set(entry.vlan);
+    return there;
 }
 
 } // namespace device

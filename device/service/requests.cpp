@@ -11,6 +11,7 @@
 
 #include "device/runtime/if_index_types.h"
 #include "if_index.h"
+#include "inventory.h"
 #include "wire.h"
 
 namespace device
@@ -321,6 +322,45 @@ int attach(const call &c)
     return sd_bus_reply_method_return(c.request, "");
 }
 
+// Whoever subscribes has every notice after the one whose number it is given.
+int subscribe(const call &c)
+{
+    int on = 0;
+    const int result = sd_bus_message_read(c.request, "b", &on);
+    if (result < 0)
+        return result;
+    if (on != 0)
+        c.notices.subscribe();
+    else
+        c.notices.unsubscribe();
+    return sd_bus_reply_method_return(c.request, "tt", c.position.epoch, c.position.sequence);
+}
+
+int read_words(sd_bus_message *from, std::vector<std::string> &words)
+{
+    int result = sd_bus_message_enter_container(from, 'a', "s");
+    const char *word = nullptr;
+    while (result >= 0 && (result = sd_bus_message_read(from, "s", &word)) > 0)
+        words.emplace_back(word);
+    return result < 0 ? result : sd_bus_message_exit_container(from);
+}
+
+int change(const call &c)
+{
+    std::vector<std::string> words;
+    const int result = read_words(c.request, words);
+    if (result < 0)
+        return result;
+    if (c.inventory == nullptr)
+        return sd_bus_error_set(
+            c.error, wire::not_allowed,
+            "this device is the machine itself, and is not changed by commands");
+    const inventory::outcome outcome = c.inventory->change(words);
+    if (!outcome.done)
+        return sd_bus_error_set(c.error, wire::bad_change, outcome.text.c_str());
+    return sd_bus_reply_method_return(c.request, "s", outcome.text.c_str());
+}
+
 int list_iods(const call &c)
 {
     std::vector<u32> iods;
@@ -350,7 +390,9 @@ constexpr char rbh_member[] = NAMED("if_index") NAMED("rbh") NAMED("member");
 constexpr char vlan_bd_primary[] = NAMED("vinst") NAMED("vlan") NAMED("bd") NAMED("primary");
 constexpr char bd_di[] = NAMED("bd") NAMED("di");
 constexpr char attachment_in[] = NAMED("iod") NAMED("key") NAMED("extension") NAMED("block");
+constexpr char words_answer[] = NAMED("words") NAMED("answer");
 constexpr char iods_out[] = NAMED("iods");
+constexpr char position_out[] = NAMED("on") NAMED("epoch") NAMED("sequence");
 constexpr char counts[] = NAMED("all_clients") NAMED("this_client");
 using model = device_model;
 
@@ -414,9 +456,11 @@ constexpr request table[] = {
 
     { "GetExtension",       "uu",    "u",   key_answer,      extension },
     { "GetPrivateData",     "uu",    "ay",  key_answer,      private_data },
-    { "Attach",             "uuuay", "",    attachment_in,   attach },
+    { "Attach",             "uuuay", "",    attachment_in,   attach, true, true },
+    { "Change",             "as",    "s",   words_answer,    change, true, true },
 
     { "ListIods",           "",      "au",  iods_out,        list_iods },
+    { "Subscribe",          "b",     "tt",  position_out,    subscribe, false },
     { "Stats",              "",      "tt",  counts,          stats, false },
 };
 // clang-format on

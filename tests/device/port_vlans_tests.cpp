@@ -11,6 +11,8 @@
 #include <linux/rtnetlink.h>
 #include <netlink/attr.h>
 
+#include "if_index.h"
+
 namespace
 {
 
@@ -48,10 +50,10 @@ protected:
         nla_nest_end(message.get(), spec);
     }
 
-    device::port_vlans read()
+    device::carried_vlans read()
     {
         uint32_t key = 0;
-        device::port_vlans vlans;
+        device::carried_vlans vlans;
         EXPECT_TRUE(device::read_port_vlans(message.get(), key, vlans));
         EXPECT_EQ(key, 7u);
         return vlans;
@@ -61,13 +63,25 @@ protected:
     {
         begin(AF_BRIDGE);
         add(list);
-        return read();
+        return read().summary;
+    }
+
+    std::vector<unsigned> all_of(const std::vector<bridge_vlan_info> &list)
+    {
+        begin(AF_BRIDGE);
+        add(list);
+        const device::vlan_set all = read().all;
+        std::vector<unsigned> ids;
+        for (unsigned id = 0; id < all.size(); ++id)
+            if (all[id])
+                ids.push_back(id);
+        return ids;
     }
 
     bool says_nothing()
     {
         uint32_t key = 5;
-        device::port_vlans vlans;
+        device::carried_vlans vlans;
         const bool read = device::read_port_vlans(message.get(), key, vlans);
         EXPECT_EQ(key, 5u);
         return !read;
@@ -104,6 +118,15 @@ TEST_F(PortVlans, ComeAsRangesToo)
     EXPECT_EQ(of({{untagged | begins, 2}, {untagged | ends, 3}}), (port_vlans{0, true}));
 }
 
+TEST_F(PortVlans, AreAllThatThePortCarries)
+{
+    using ids = std::vector<unsigned>;
+    EXPECT_EQ(all_of({{pvid | untagged, 1}}), (ids{1}));
+    EXPECT_EQ(all_of({{0, 31}, {pvid | untagged, 32}, {0, 63}, {0, 64}, {untagged, 4094}}),
+              (ids{31, 32, 63, 64, 4094}));
+    EXPECT_EQ(all_of({{begins, 126}, {ends, 129}}), (ids{126, 127, 128, 129}));
+}
+
 TEST_F(PortVlans, AreNotToldByAKernelThatDoesNotFilter)
 {
     begin(AF_BRIDGE);
@@ -119,7 +142,7 @@ TEST_F(PortVlans, AreNotThoseOfTheSwitchInsideOfACard)
     EXPECT_TRUE(says_nothing());
     begin(AF_BRIDGE);
     add({{pvid | untagged, 10}}, BRIDGE_FLAGS_MASTER);
-    EXPECT_EQ(read().pvid, 10);
+    EXPECT_EQ(read().summary.pvid, 10);
 }
 
 TEST_F(PortVlans, AreNotReadFromAnotherMessageOrAMalformedOne)
@@ -134,6 +157,40 @@ TEST_F(PortVlans, AreNotReadFromAnotherMessageOrAMalformedOne)
         add({{pvid | untagged, no_vlan}});
         EXPECT_TRUE(says_nothing()) << no_vlan;
     }
+}
+
+TEST(VlansOfADevice, AreThoseThatAFilteringBridgeCarriesAndThoseWithAnInterface)
+{
+    device::device_model model;
+    const auto put = [&model](uint32_t key, device::mastery masters, uint32_t master,
+                              bool filters) {
+        device::link_facts facts;
+        facts.key = key;
+        facts.type = IF_INDEX_TYPE_PHYSICAL;
+        facts.masters = masters;
+        facts.master_key = master;
+        facts.filters_vlans = filters;
+        ASSERT_TRUE(model.put(facts));
+    };
+    put(1, device::mastery::bridge, 0, true);
+    put(2, device::mastery::none, 1, false);
+    put(3, device::mastery::bridge, 0, false);
+    put(4, device::mastery::none, 3, false);
+    device::link_facts svi;
+    svi.key = 5;
+    svi.type = IF_INDEX_TYPE_SVI;
+    svi.vlan = 50;
+    ASSERT_TRUE(model.put(svi));
+
+    std::map<uint32_t, device::carried_vlans> ports;
+    ports[1].all.set(10);
+    ports[2].all.set(20);
+    ports[3].all.set(30);
+    ports[4].all.set(40);
+    ports[99].all.set(60);
+    device::vlan_set expected;
+    expected.set(10).set(20).set(50);
+    EXPECT_EQ(device::vlans_of_device(model, ports), expected);
 }
 
 } // namespace
