@@ -102,7 +102,8 @@ edited_lines::editor::editor(interpreter &them)
     el_set(line, EL_PROMPT, prompt);
     el_set(line, EL_HIST, history, lines);
     el_set(line, EL_GETCFN, read_key);
-    el_set(line, EL_ADDFN, "varnsh-complete", "complete the word", complete_at);
+    // Wide, because libedit makes copies of narrow names and never frees them.
+    el_wset(line, EL_ADDFN, L"varnsh-complete", L"complete the word", complete_at);
     el_set(line, EL_BIND, "^I", "varnsh-complete", nullptr);
     el_set(line, EL_BIND, "^R", "em-inc-search-prev", nullptr);
 }
