@@ -2,6 +2,8 @@
 //
 // bridge_tests.cpp: switchports, their VLANs and the interfaces of VLANs.
 #include "kernel_guest.h"
+#include "supvr.h"
+#include "varn.h"
 
 namespace
 {
@@ -126,6 +128,41 @@ TEST_F(Bridge, LosesAPortToAnotherWithAllItsVlans)
     expect_what_ip_says();
     ip("link set port0 master bridge1");
     expect_what_ip_says();
+}
+
+// Which of some VLANs have a bridge domain, by the cache and by the service alike.
+std::set<unsigned> vlans_with_a_domain()
+{
+    std::set<unsigned> found;
+    for (const unsigned vlan : {1u, 10u, 20u, 30u, 40u}) {
+        std::uint16_t direct = 0, cached = 0;
+        if (vlan_get_bd({supvr_vinst_get(), vlan}, &direct) == 0)
+            found.insert(vlan);
+        EXPECT_EQ(varn_vlan_get_bd({supvr_vinst_get(), vlan}, &cached), 0u);
+        EXPECT_EQ(cached, direct) << vlan;
+    }
+    return found;
+}
+
+TEST_F(Bridge, GivesABridgeDomainToEveryVlanThatItCarries)
+{
+    using vlans = std::set<unsigned>;
+    fill("1");
+    bridge("vlan add dev bridge0 vid 20 self");
+    ip("link add link bridge0 name vlan30 type vlan id 30");
+    bridge("vlan add dev port0 vid 10");
+    expect_what_ip_says();
+    EXPECT_EQ(vlans_with_a_domain(), (vlans{1, 10, 20, 30}));
+    bridge("vlan del dev bridge0 vid 20 self");
+    bridge("vlan del dev port0 vid 10");
+    expect_what_ip_says();
+    EXPECT_EQ(vlans_with_a_domain(), (vlans{1, 30}));
+    ip("link set bridge0 type bridge vlan_filtering 0");
+    expect_what_ip_says();
+    EXPECT_EQ(vlans_with_a_domain(), (vlans{30}));
+    ip("link del vlan30");
+    expect_what_ip_says();
+    EXPECT_EQ(vlans_with_a_domain(), (vlans{}));
 }
 
 } // namespace
