@@ -39,6 +39,8 @@ inline constexpr u32 access_port = 0x1;     // a switchport in one VLAN, untagge
 inline constexpr u32 trunk_port = 0x2;      // a switchport in several VLANs, or in a tagged one
 inline constexpr u32 no_index = 0xFFFFFFFF; // no lif, no port index
 
+inline constexpr std::size_t max_block = 4096; // bytes of an attachment
+
 // What the owner of a key attached to an interface.
 struct attachment {
     u32 extension = 0; // 0 = not set

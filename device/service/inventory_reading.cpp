@@ -256,6 +256,10 @@ private:
 
     void read_interface(const entry &from)
     {
+        if (interfaces_.size() == max_iod)
+            return fail(
+                from.given.line, "interfaces",
+                fmt::format("there are {} interfaces already, and no more can be had", max_iod));
         std::vector<assignment> told;
         read_fields(from, interface_fields(), {"range", "private"},
                     [&](const field<told_interface> &what, const field_value &value) {

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <functional>
+#include <unordered_map>
 
 #include <linux/rtnetlink.h>
 #include <netlink/errno.h>
@@ -124,6 +125,8 @@ int kernel_source::drain_events()
         ;
     if (result != -NLE_AGAIN)
         recover(result);
+    else if (behind_)
+        read_all_or_stay_behind();
     try_unserved_again();
     read_port_vlans();
     model_.settle();
@@ -135,8 +138,15 @@ void kernel_source::recover(int failure)
     const bool overrun = failure == -NLE_NOMEM; // what libnl makes of ENOBUFS
     std::fprintf(stderr, "varn-deviced: notices of links were lost (%s); reading all again\n",
                  overrun ? "too many at once" : nl_geterror(failure));
+    read_all_or_stay_behind();
+}
+
+// What could not be read is tried again with the next notification.
+void kernel_source::read_all_or_stay_behind()
+{
     const int result = read_all_again();
-    if (result < 0)
+    behind_ = result < 0;
+    if (behind_)
         std::fprintf(stderr, "varn-deviced: cannot read the links: %s\n", nl_geterror(result));
 }
 
@@ -170,10 +180,13 @@ void kernel_source::read_again(u32 key)
     const int result = read_links(key, links);
     for (link_facts &facts : links)
         put(std::move(facts));
-    if (links.empty() && (result == -NLE_NODEV || result == -NLE_OBJ_NOTFOUND)) {
+    const bool gone = result == -NLE_NODEV || result == -NLE_OBJ_NOTFOUND;
+    if (links.empty() && gone) {
         model_.remove(key);
         unserved_.erase(key);
     }
+    if (result < 0 && !gone)
+        behind_ = true;
 }
 
 int kernel_source::read_all_again()
@@ -198,9 +211,13 @@ int kernel_source::read_all_again()
 // Without an answer no port is in a VLAN: rather none than one that it has left.
 void kernel_source::read_port_vlans()
 {
+    const bool bridged = has_bridges(model_);
+    if (!bridged && !was_bridged_)
+        return;
+    was_bridged_ = bridged;
     std::map<u32, carried_vlans> ports;
     int result = 0;
-    if (has_bridges(model_))
+    if (bridged)
         result = whole_dump([&] {
             ports.clear();
             return ask_port_vlans(queries_.get(), ports);
@@ -215,7 +232,8 @@ void kernel_source::read_port_vlans()
     for (const auto &[key, vlans] : ports)
         summaries[key] = vlans.summary;
     model_.set_bridge_vlans(summaries);
-    keep_vlans(vlans_of_device(model_, ports));
+    if (result >= 0)
+        keep_vlans(vlans_of_device(model_, ports));
 }
 
 // Their numbers stay as long as they do.
@@ -235,10 +253,13 @@ void kernel_source::keep_vlans(const vlan_set &there)
 // With notifications lost, an ordinal alone no longer proves that the interface is the same one.
 void kernel_source::drop_impostors(const std::vector<link_facts> &links)
 {
+    std::unordered_map<u32, const link_facts *> by_key;
+    for (const link_facts &facts : links)
+        by_key[facts.key] = &facts;
     std::vector<u32> gone;
     for (const auto &[iod, known] : model_.interfaces()) {
-        const auto now = std::ranges::find(links, known.key, &link_facts::key);
-        if (now == links.end() || !same_interface(*now, known))
+        const auto now = by_key.find(known.key);
+        if (now == by_key.end() || !same_interface(*now->second, known))
             gone.push_back(known.key);
     }
     for (const u32 key : gone)

@@ -62,6 +62,7 @@ private:
     int read_links(u32 key, std::vector<link_facts> &links); // key 0: all of them
     void read_again(u32 key);
     int read_all_again();
+    void read_all_or_stay_behind();
     void read_port_vlans();
     void keep_vlans(const vlan_set &there);
     void put(link_facts facts);
@@ -72,6 +73,8 @@ private:
     int event_buffer_; // bytes
     socket events_, queries_;
     std::set<u32> unserved_;       // keys of links that got no number
+    bool behind_ = false;          // something could not be read; everything is to be read again
+    bool was_bridged_ = false;     // there were bridges when VLANs were read last
     bool told_of_failure_ = false; // to read VLANs; said once until it works again
 };
 

@@ -35,7 +35,6 @@ public:
 
     void subscribe() { subscribed_ = true; }
     void unsubscribe();
-    bool is_subscribed() const { return subscribed_; }
     bool is_empty() const { return waiting_.empty() && lost_through_ == 0; }
 
     // Takes in the notice that stands at this position, if the client wants any.

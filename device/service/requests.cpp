@@ -316,6 +316,9 @@ int attach(const call &c)
         return result;
     if (c.model.find_iod(iod) == nullptr)
         return unknown(c, "iod", iod);
+    if (size > max_block)
+        return sd_bus_error_setf(c.error, SD_BUS_ERROR_INVALID_ARGS,
+                                 "a block has at most %zu bytes", max_block);
     const auto *bytes = static_cast<const u8 *>(block);
     c.model.attach(iod, key, {value, std::vector<u8>(bytes, bytes + size)});
     c.model.settle();

@@ -52,6 +52,39 @@ TEST(NumberPool, LetsAnOwnerChoose)
     EXPECT_EQ(pool.next(), 0u);
 }
 
+TEST(NumberPool, LetsAChosenNumberRestLikeAnyOther)
+{
+    number_pool pool(1, 4);
+    EXPECT_TRUE(pool.take(2));
+    pool.give_back(2);
+    EXPECT_EQ(pool.next(), 1u);
+    EXPECT_EQ(pool.next(), 3u) << "2 was in use";
+    EXPECT_EQ(pool.next(), 4u);
+    EXPECT_EQ(pool.next(), 2u);
+}
+
+TEST(NumberPool, BeginsTheRestAnewWhenANumberWasTakenInBetween)
+{
+    number_pool pool(1, 3);
+    for (int n = 0; n < 3; ++n)
+        pool.next();
+    pool.give_back(1);
+    pool.give_back(2);
+    EXPECT_TRUE(pool.take(1));
+    pool.give_back(1);
+    EXPECT_EQ(pool.next(), 2u);
+    EXPECT_EQ(pool.next(), 1u);
+}
+
+TEST(NumberPool, NeverGivesOutWhatLiesOutsideOfItsRange)
+{
+    number_pool pool(10, 10);
+    EXPECT_TRUE(pool.take(5));
+    pool.give_back(5);
+    EXPECT_EQ(pool.next(), 10u);
+    EXPECT_EQ(pool.next(), 0u);
+}
+
 TEST(ModelVlans, GiveOutNumbersThatStay)
 {
     device_model model;
