@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The accounting allocator. A block starts on a cache line; the line before it holds its header:
-// the number of its accounting cell and its size, so that memacct_free needs nothing but the
-// address. The header carries a seal made of its own address: a block that is given back twice, or
-// was never handed out here, ends the process as the C library's free does, rather than spoiling
-// the figures unseen.
+// The accounting allocator. A block starts on a cache line; right before it stands its header: the
+// number of its accounting cell and its size, so that memacct_free needs nothing but the address.
+// Blocks are not whole lines apart: that would waste memory, and at an even distance half of the
+// processor's cache would never hold the first line of one. The header carries a seal made of its
+// own address: a block that is given back twice, or was never handed out here, ends the process as
+// the C library's free does, rather than spoiling the figures unseen.
 #include "memacct.h"
 
 #include "memacct_cells.h"
@@ -28,17 +29,26 @@ constexpr uintptr_t seal_mark = 0x5ca1ab1e;
 
 enum : uint32_t { ok, bad_argument, no_room, not_known };
 
-struct alignas(line_size) block_header {
+struct block_header {
     size_t size;
     uint32_t cell_number;
+    uint32_t offset; // of the block within the memory that malloc gave
     uintptr_t seal;
 };
 
-static_assert(sizeof(block_header) == line_size);
+static_assert(sizeof(block_header) <= line_size && line_size % alignof(block_header) == 0);
 
 uintptr_t seal_of(const block_header *header)
 {
     return reinterpret_cast<uintptr_t>(header) ^ seal_mark;
+}
+
+// To the first line that leaves room for the header before it.
+uint32_t offset_to_line(uintptr_t memory)
+{
+    const uintptr_t earliest = memory + sizeof(block_header);
+    const uintptr_t block = (earliest + line_size - 1) / line_size * line_size;
+    return static_cast<uint32_t>(block - memory);
 }
 
 // Volatile, because a compiler may drop what is written just before a free.
@@ -115,13 +125,13 @@ void *memacct_alloc(uint32_t id, uint32_t type, size_t size)
 {
     if (size > SIZE_MAX / 2)
         return nullptr;
-    const size_t lines = 1 + (size + line_size - 1) / line_size;
-    void *memory = aligned_alloc(line_size, lines * line_size);
+    auto *memory = static_cast<char *>(malloc(sizeof(block_header) + line_size - 1 + size));
     if (memory == nullptr)
         return nullptr;
     memacct::show_cells_of_child();
-    auto *header = new (memory)
-        block_header{.size = size, .cell_number = cell_for_blocks(id, type), .seal = 0};
+    const uint32_t offset = offset_to_line(reinterpret_cast<uintptr_t>(memory));
+    auto *header = new (memory + offset - sizeof(block_header)) block_header{
+        .size = size, .cell_number = cell_for_blocks(id, type), .offset = offset, .seal = 0};
     header->seal = seal_of(header);
     memacct::count_allocation(cell_at(header->cell_number), size);
     return header + 1;
@@ -136,7 +146,7 @@ void memacct_free(void *block)
         refuse_block(block);
     break_seal(header);
     memacct::count_release(cell_at(header->cell_number), header->size);
-    free(header);
+    free(static_cast<char *>(block) - header->offset);
 }
 
 uint32_t memacct_figures_get(uint32_t id, uint32_t type, memacct_figures_t *figures)

@@ -99,11 +99,19 @@ void print_state(uintptr_t arg, const varn_if_entry_t &entry)
 
 } // namespace
 
+// By hand, because a notification handler writes two of them whether they are read or not.
 const char *varn_format_mac(const uint8_t *mac)
 {
+    constexpr char digits[] = "0123456789abcdef";
     char *text = mac_texts[mac_text_calls++ % num_mac_texts];
-    std::snprintf(text, sizeof mac_texts[0], "%02x%02x.%02x%02x.%02x%02x", mac[0], mac[1], mac[2],
-                  mac[3], mac[4], mac[5]);
+    char *at = text;
+    for (unsigned byte = 0; byte < 6; ++byte) {
+        if (byte == 2 || byte == 4)
+            *at++ = '.';
+        *at++ = digits[mac[byte] >> 4];
+        *at++ = digits[mac[byte] & 15];
+    }
+    *at = '\0';
     return text;
 }
 

@@ -222,12 +222,8 @@ varn_if_entry_t *ifcache::entry_of_if(u32 if_index)
     return varn_if_create_entry_by_if(if_index, VARN_NO_IOD, VARN_NO_PI, VARN_NO_LIF);
 }
 
-bool ifcache::is_fresh(varn_if_entry_t *entry, attribute a, uint64_t &refreshes)
+COLD bool ifcache::freshen(varn_if_entry_t *entry, attribute a, uint64_t &refreshes)
 {
-    if (!is_dirty(*entry, a)) {
-        count_hit(a);
-        return true;
-    }
     count_miss(a);
     ++refreshes;
     return varn_if_update_entry(entry, 0);

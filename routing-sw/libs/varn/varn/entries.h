@@ -6,6 +6,9 @@
 
 #include "index.h"
 
+// What a hit never comes to: kept out of its way, with the registers and the frame that it needs.
+#define COLD [[gnu::cold, gnu::noinline]]
+
 namespace ifcache
 {
 
@@ -22,6 +25,23 @@ inline varn_if_entry_t *entry_of_iod(u32 iod)
     return create_missing_by_iod(iod);
 }
 
+// The short way to an entry: both gates open and the iod in the directory. Null only says that the
+// long way is to be gone.
+inline varn_if_entry_t *entry_at_hand(u32 iod, attribute a)
+{
+    return is_answered_by_iod(a) ? find_in_directory(iod) : nullptr;
+}
+
+// The same for an attribute that is clean, which counts the hit.
+inline varn_if_entry_t *hit_at_hand(u32 iod, attribute a)
+{
+    varn_if_entry_t *entry = entry_at_hand(iod, a);
+    if (!entry || is_dirty(*entry, a))
+        return nullptr;
+    count_hit(a);
+    return entry;
+}
+
 // Both gates of a query open, and an entry to be had; else null.
 inline varn_if_entry_t *entry_if_cached(u32 iod, attribute a)
 {
@@ -31,9 +51,18 @@ inline varn_if_entry_t *entry_if_cached(u32 iod, attribute a)
 // The entry of an if-index, created where creation on a miss is on, or null.
 varn_if_entry_t *entry_of_if(u32 if_index);
 
-// Counts a hit on a clean attribute. A dirty one is a miss, which `refreshes` counts too, and the
-// whole entry is refreshed. False: that failed, and the entry may be gone.
-bool is_fresh(varn_if_entry_t *entry, attribute a, uint64_t &refreshes);
+// Counts the miss, in `refreshes` too, and refreshes the whole entry. False: that failed, and the
+// entry may be gone.
+bool freshen(varn_if_entry_t *entry, attribute a, uint64_t &refreshes);
+
+// Counts a hit on a clean attribute, else freshens the entry.
+inline bool is_fresh(varn_if_entry_t *entry, attribute a, uint64_t &refreshes)
+{
+    if (is_dirty(*entry, a))
+        return freshen(entry, a, refreshes);
+    count_hit(a);
+    return true;
+}
 
 } // namespace ifcache
 

@@ -35,7 +35,16 @@ u32 ask_decoded_or_extension(varn_if_entry_t &entry, unsigned k, u32 iod, u32 ke
                                       : ifsvc_get_extension(iod, key);
 }
 
-// Null: the service is to be asked.
+// A value of 0 is asked again after every read; any other is clean already.
+const varn_if_entry_t *extension_at_hand(u32 iod, unsigned k)
+{
+    varn_if_entry_t *entry = hit_at_hand(iod, extn_attribute(k));
+    if (entry && !entry->extn[k])
+        mark_dirty(*entry, extn_attribute(k));
+    return entry;
+}
+
+// The way to a value that is not at hand. Null: the service is to be asked.
 template <class asker>
 varn_if_entry_t *read(u32 iod, unsigned k, asker ask)
 {
@@ -56,19 +65,31 @@ varn_if_entry_t *read(u32 iod, unsigned k, asker ask)
 }
 
 // Deliberate: a getter never asks the decoder, a tester does.
-u32 get(u32 iod, u32 key, unsigned k)
+COLD u32 get_not_at_hand(u32 iod, u32 key, unsigned k)
 {
     const varn_if_entry_t *entry =
         read(iod, k, [=](varn_if_entry_t &) { return ifsvc_get_extension(iod, key); });
     return entry ? entry->extn[k] : ifsvc_get_extension(iod, key);
 }
 
-u32 is_set(u32 iod, u32 key, unsigned k)
+u32 get(u32 iod, u32 key, unsigned k)
+{
+    const varn_if_entry_t *entry = extension_at_hand(iod, k);
+    return entry ? entry->extn[k] : get_not_at_hand(iod, key, k);
+}
+
+COLD u32 is_set_not_at_hand(u32 iod, u32 key, unsigned k)
 {
     const varn_if_entry_t *entry = read(iod, k, [=](varn_if_entry_t &dirty) {
         return ask_decoded_or_extension(dirty, k, iod, key);
     });
     return entry ? entry->extn[k] != 0 : ifsvc_is_extension_set(iod, key);
+}
+
+u32 is_set(u32 iod, u32 key, unsigned k)
+{
+    const varn_if_entry_t *entry = extension_at_hand(iod, k);
+    return entry ? entry->extn[k] != 0 : is_set_not_at_hand(iod, key, k);
 }
 
 // Deliberate: clean also with a 0, which is read once as a hit and then asked again.
@@ -85,6 +106,18 @@ u32 set(u32 iod, unsigned k, u32 value)
     if (varn_if_entry_t *entry = entry_of_iod(iod))
         store(*entry, k, value);
     return 1;
+}
+
+COLD uintptr_t private_data_not_at_hand(u32 iod, u32 key, u32 *size)
+{
+    // Deliberate: a stale value is asked under the configured key, whatever key the caller gave.
+    const varn_if_entry_t *entry = read(iod, 0, [iod](varn_if_entry_t &dirty) {
+        return ask_decoded(0, iod, key_of(0), dirty.extn_size[0]);
+    });
+    if (!entry)
+        return ask_decoded(0, iod, key, *size);
+    *size = entry->extn_size[0];
+    return entry->extn[0];
 }
 
 } // namespace
@@ -145,12 +178,9 @@ uintptr_t varn_ifsvc_get_private_data(uint32_t iod, uint32_t key, uint32_t *size
         count_miss(extn_attribute(0));
         return ifsvc_get_private_data(iod, key, size);
     }
-    // Deliberate: a stale value is asked under the configured key, whatever key the caller gave.
-    const varn_if_entry_t *entry = read(iod, 0, [iod](varn_if_entry_t &dirty) {
-        return ask_decoded(0, iod, key_of(0), dirty.extn_size[0]);
-    });
+    const varn_if_entry_t *entry = extension_at_hand(iod, 0);
     if (!entry)
-        return ask_decoded(0, iod, key, *size);
+        return private_data_not_at_hand(iod, key, size);
     *size = entry->extn_size[0];
     return entry->extn[0];
 }

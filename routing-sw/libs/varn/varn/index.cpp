@@ -27,6 +27,14 @@ u32 key_of(const void *key) { return *static_cast<const u32 *>(key); }
 
 u32 keys_equal(const void *key_a, const void *key_b) { return key_of(key_a) == key_of(key_b); }
 
+// The remainder. Bucket counts are mostly powers of two, as the default is, and a division is the
+// dearest part of a lookup.
+u32 key_modulo(const void *key, u32 num_buckets)
+{
+    const bool is_power_of_two = (num_buckets & (num_buckets - 1)) == 0;
+    return is_power_of_two ? key_of(key) & (num_buckets - 1) : key_of(key) % num_buckets;
+}
+
 const varn_if_entry_t &entry_of(const void *entry)
 {
     return *static_cast<const varn_if_entry_t *>(entry);
@@ -97,15 +105,24 @@ uint32_t varn_if_hash(const void *key, uint32_t) { return key_of(key) % if_hash_
 const void *varn_if_get_key(const void *entry) { return &entry_of(entry).if_index; }
 uint32_t varn_if_keys_equal(const void *a, const void *b) { return keys_equal(a, b); }
 
-uint32_t varn_iod_hash(const void *key, uint32_t num_buckets) { return key_of(key) % num_buckets; }
+uint32_t varn_iod_hash(const void *key, uint32_t num_buckets)
+{
+    return key_modulo(key, num_buckets);
+}
 const void *varn_iod_get_key(const void *entry) { return &entry_of(entry).iod; }
 uint32_t varn_iod_keys_equal(const void *a, const void *b) { return keys_equal(a, b); }
 
-uint32_t varn_pi_hash(const void *key, uint32_t num_buckets) { return key_of(key) % num_buckets; }
+uint32_t varn_pi_hash(const void *key, uint32_t num_buckets)
+{
+    return key_modulo(key, num_buckets);
+}
 const void *varn_pi_get_key(const void *entry) { return &entry_of(entry).pi; }
 uint32_t varn_pi_keys_equal(const void *a, const void *b) { return keys_equal(a, b); }
 
-uint32_t varn_lif_hash(const void *key, uint32_t num_buckets) { return key_of(key) % num_buckets; }
+uint32_t varn_lif_hash(const void *key, uint32_t num_buckets)
+{
+    return key_modulo(key, num_buckets);
+}
 const void *varn_lif_get_key(const void *entry) { return &entry_of(entry).lif; }
 uint32_t varn_lif_keys_equal(const void *a, const void *b) { return keys_equal(a, b); }
 
@@ -119,10 +136,13 @@ uint32_t varn_if_insert_entry(varn_if_entry_t *entry)
 
 uint32_t varn_iod_insert_entry(varn_if_entry_t *entry)
 {
-    return insert(iod_index, entry, [entry] {
+    const u32 inserted = insert(iod_index, entry, [entry] {
         REPORT("varn_iod_insert_entry", "Failed to add iod entry for if 0x%x, iod %d\n",
                entry->if_index, entry->iod);
     });
+    if (inserted)
+        enter_in_directory(entry);
+    return inserted;
 }
 
 uint32_t varn_pi_insert_entry(varn_if_entry_t *entry)
@@ -143,12 +163,16 @@ uint32_t varn_lif_insert_entry(varn_if_entry_t *entry)
 
 uint32_t varn_iod_delete_entry(varn_if_entry_t *entry)
 {
-    return remove(iod_index, entry, [entry] {
+    const u32 iod = entry ? entry->iod : VARN_NO_IOD;
+    const u32 removed = remove(iod_index, entry, [entry] {
         // Deliberate: no blank behind the semicolon, unlike the two below.
         REPORT("varn_iod_delete_entry",
                "Failed to del iod entry for if 0x%x, iod %d;possible leak?\n", entry->if_index,
                entry->iod);
     });
+    if (removed)
+        leave_directory(entry, iod);
+    return removed;
 }
 
 uint32_t varn_pi_delete_entry(varn_if_entry_t *entry)

@@ -5,7 +5,7 @@
 #ifndef VARN_INDEX_H
 #define VARN_INDEX_H
 
-#include "attributes.h"
+#include "directory.h"
 #include "ht.h"
 
 namespace ifcache
@@ -17,7 +17,11 @@ inline varn_if_entry_t *find(ht_t &table, u32 key)
 }
 
 inline varn_if_entry_t *find_by_if(u32 if_index) { return find(varn.if_table, if_index); }
-inline varn_if_entry_t *find_by_iod(u32 iod) { return find(varn.iod_table, iod); }
+inline varn_if_entry_t *find_by_iod(u32 iod)
+{
+    varn_if_entry_t *entry = find_in_directory(iod);
+    return entry ? entry : find(varn.iod_table, iod);
+}
 inline varn_if_entry_t *find_by_pi(u32 pi) { return find(varn.pi_table, pi); }
 inline varn_if_entry_t *find_by_lif(u32 lif) { return find(varn.lif_table, lif); }
 

@@ -5,7 +5,7 @@
 // the configuration first, then the tables that its sync mask asks for, and varn_enabled last.
 #include <cstring>
 
-#include "attributes.h"
+#include "directory.h"
 #include "ht.h"
 #include "memacct.h"
 #include "memory.h"
@@ -83,6 +83,7 @@ uint32_t varn_init(const varn_config_t *config)
     const varn_config_t given = *config; // it may be the library's own copy
     std::memset(varn_iodbmp, 0xFF, sizeof varn_iodbmp);
     std::memset(&varn, 0, sizeof varn);
+    clear_directory();
     take_configuration(given);
     register_memory_types();
     if (!make_interface_tables()) {
@@ -101,6 +102,7 @@ uint32_t varn_cleanup(void)
     ht_cleanup(&varn.lif_table);
     ht_cleanup(&varn.pi_table);
     ht_cleanup(&varn.iod_table);
+    clear_directory();
     ht_cleanup(&varn.if_table);
     ht_cleanup(&varn.vlan_table);
     return 1;

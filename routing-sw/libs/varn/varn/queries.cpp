@@ -6,6 +6,10 @@
 // entry or passed on by the service). A query that departs from the road is a function of its own
 // below it.
 //
+// Each query tries the short way first (entry_at_hand, hit_at_hand of entries.h), which changes
+// nothing unless it answers. The road stands behind it in a cold function, so that a hit saves no
+// register and has no frame.
+//
 // A dirty attribute counts as a miss and not as an update: a query never updates.
 #include <cstring>
 
@@ -46,7 +50,7 @@ varn_if_entry_t *fresh_entry(u32 iod, attribute a, fetcher fetch)
 bool counts(zero when_zero, u32 value) { return value || when_zero == zero::is_an_answer; }
 
 template <const scalar &row>
-u32 cached(u32 iod)
+COLD u32 not_at_hand(u32 iod)
 {
     const varn_if_entry_t *entry = fresh_entry(iod, row.id, [iod](varn_if_entry_t &dirty) {
         row.store(dirty, row.ask(iod));
@@ -55,7 +59,14 @@ u32 cached(u32 iod)
     return entry ? row.load(*entry) : row.pass(row.ask(iod));
 }
 
-varn_if_entry_t *entry_with_mac(u32 iod)
+template <const scalar &row>
+u32 cached(u32 iod)
+{
+    const varn_if_entry_t *entry = hit_at_hand(iod, row.id);
+    return entry ? row.load(*entry) : not_at_hand<row>(iod);
+}
+
+COLD const varn_if_entry_t *mac_not_at_hand(u32 iod)
 {
     return fresh_entry(iod, mac_attribute, [iod](varn_if_entry_t &dirty) {
         fetch_mac(dirty, iod);
@@ -63,14 +74,34 @@ varn_if_entry_t *entry_with_mac(u32 iod)
     });
 }
 
-// Deliberate: no hit is counted and no dirty bit looked at; the type never goes stale.
-u32 is_of_type(u32 iod, uint8_t type, u32 (*ask)(u32 iod))
+const varn_if_entry_t *entry_with_mac(u32 iod)
+{
+    const varn_if_entry_t *entry = hit_at_hand(iod, mac_attribute);
+    return entry ? entry : mac_not_at_hand(iod);
+}
+
+COLD u32 type_not_at_hand(u32 iod, uint8_t type, u32 (*ask)(u32 iod))
 {
     const varn_if_entry_t *entry = entry_if_cached(iod, if_type_attribute);
     if (entry)
         return entry->if_type == type;
     count_miss(if_type_attribute);
     return ask(iod);
+}
+
+// Deliberate: no hit is counted and no dirty bit looked at; the type never goes stale.
+u32 is_of_type(u32 iod, uint8_t type, u32 (*ask)(u32 iod))
+{
+    const varn_if_entry_t *entry = entry_at_hand(iod, if_type_attribute);
+    return entry ? entry->if_type == type : type_not_at_hand(iod, type, ask);
+}
+
+COLD const varn_if_entry_t *vlan_not_at_hand(u32 iod)
+{
+    return fresh_entry(iod, vlan_attribute, [iod](varn_if_entry_t &dirty) {
+        fetch_vlan(dirty, iod);
+        return true;
+    });
 }
 
 // Deliberate: a failed answer leaves VLAN 0 and counts.
@@ -86,11 +117,30 @@ bool fetch_vlan_info(varn_if_entry_t &dirty, u32 iod)
     return true;
 }
 
+COLD const varn_if_entry_t *vlan_info_not_at_hand(u32 iod)
+{
+    return fresh_entry(iod, vlan_attribute,
+                       [iod](varn_if_entry_t &dirty) { return fetch_vlan_info(dirty, iod); });
+}
+
 // A dirty iod bit means that nothing about the entry's identity is sure: the whole entry is
 // refreshed.
 bool has_sure_identity(varn_if_entry_t *entry)
 {
     return is_fresh(entry, iod_attribute, varn.iod_refreshes);
+}
+
+COLD u32 if_index_not_at_hand(u32 iod, u32 *if_index)
+{
+    varn_if_entry_t *entry = entry_if_cached(iod, iod_attribute);
+    if (!entry) {
+        count_miss(iod_attribute);
+        return ifsvc_get_ifindex_frm_iod(iod, if_index);
+    }
+    if (!has_sure_identity(entry))
+        return VARN_ERR_IOD_CHANGED;
+    *if_index = entry->if_index;
+    return 0;
 }
 
 // Names are handed out in turn from a ring, so that ten of them stand side by side.
@@ -175,18 +225,18 @@ uint32_t varn_ifsvc_is_if_mac_addr(uint32_t iod, const uint8_t *mac)
 
 uint32_t varn_ifsvc_get_if_vlanid(uint32_t iod)
 {
-    const varn_if_entry_t *entry = fresh_entry(iod, vlan_attribute, [iod](varn_if_entry_t &dirty) {
-        fetch_vlan(dirty, iod);
-        return true;
-    });
+    const varn_if_entry_t *entry = hit_at_hand(iod, vlan_attribute);
+    if (!entry)
+        entry = vlan_not_at_hand(iod);
     return entry ? entry->vlan : low_16_bits(ifsvc_get_if_vlanid(iod));
 }
 
 // Deliberate: the cache answers 1 also when the service had failed.
 uint32_t varn_ifsvc_get_vlan_info(uint32_t iod, varn_vlan_info_t *info, uint32_t *port_mode)
 {
-    const varn_if_entry_t *entry = fresh_entry(
-        iod, vlan_attribute, [iod](varn_if_entry_t &dirty) { return fetch_vlan_info(dirty, iod); });
+    const varn_if_entry_t *entry = hit_at_hand(iod, vlan_attribute);
+    if (!entry)
+        entry = vlan_info_not_at_hand(iod);
     if (!entry)
         return ifsvc_get_vlan_info(iod, info, port_mode);
     info->vinst = supvr_vinst_get();
@@ -221,13 +271,9 @@ uint32_t varn_ifsvc_get_ifindex_frm_iod(uint32_t iod, uint32_t *if_index)
         *if_index = 0;
         return 0;
     }
-    varn_if_entry_t *entry = entry_if_cached(iod, iod_attribute);
-    if (!entry) {
-        count_miss(iod_attribute);
-        return ifsvc_get_ifindex_frm_iod(iod, if_index);
-    }
-    if (!has_sure_identity(entry))
-        return VARN_ERR_IOD_CHANGED;
+    const varn_if_entry_t *entry = hit_at_hand(iod, iod_attribute);
+    if (!entry)
+        return if_index_not_at_hand(iod, if_index);
     *if_index = entry->if_index;
     return 0;
 }
