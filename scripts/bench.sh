@@ -1,11 +1,12 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# Starts the service on this machine's interfaces, pins the benchmarks beside it to one processor and
-# runs them. Further arguments go to the benchmark program.
-# usage: bench.sh BUILD_DIR [ARGUMENT ...]
+# Starts the service on this machine's interfaces, and beside it the whole run of the benchmarks,
+# everything pinned to one processor.
+# usage: bench.sh BUILD_DIR [--quick] [--record]
 set -eu
 build=$(realpath "$1")
 shift
+root=$(realpath "$(dirname "$0")/..")
 work=$(mktemp -d)
 service=''
 trap '[ -z "$service" ] || kill "$service" 2>/dev/null; rm -rf "$work"' EXIT INT TERM
@@ -23,4 +24,4 @@ until [ -S "$VARN_DEVICE_SOCKET" ]; do
     fi
     sleep 0.1
 done
-taskset -c 0 "$build/bench/varn_bench" "$@"
+taskset -c 0 /usr/bin/python3 "$root/bench/record.py" --build "$build" --service "$service" "$@"

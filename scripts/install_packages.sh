@@ -1,7 +1,7 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
 # Installs the Debian packages that a target of ./run needs and the machine lacks.
-# usage: install_packages.sh build|check|coverage|kernel
+# usage: install_packages.sh build|check|coverage|kernel|bench
 set -eu
 
 build='cmake ninja-build gcc g++ pkg-config iproute2 libsystemd-dev libnl-route-3-dev libcli11-dev
@@ -10,14 +10,16 @@ check="$build gcc-multilib g++-multilib clang clang-format clang-tidy libclang-r
     binutils python3-jsonschema python3-prometheus-client"
 coverage="$check gcovr"
 kernel="$build qemu-system-x86 busybox-static cpio kmod"
+bench="$build libboost-dev libabsl-dev libglib2.0-dev liburcu-dev valgrind python3 python3-matplotlib"
 
 case "$1" in
 build) wanted=$build ;;
 check) wanted=$check ;;
 coverage) wanted=$coverage ;;
 kernel) wanted=$kernel ;;
+bench) wanted=$bench ;;
 *)
-    echo "usage: install_packages.sh build|check|coverage|kernel" >&2
+    echo "usage: install_packages.sh build|check|coverage|kernel|bench" >&2
     exit 2
     ;;
 esac

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// std::unordered_map: a node for each record.
+#include "rival.h"
+
+#include <unordered_map>
+
+namespace rival
+{
+namespace
+{
+
+std::unordered_map<uint32_t, record> *records;
+
+const record *find(uint32_t iod) { return &records->find(iod)->second; }
+
+void insert(uint32_t iod) { set_values((*records)[iod], iod); }
+void remove(uint32_t iod) { records->erase(iod); }
+
+void fill(uint32_t count)
+{
+    records = new std::unordered_map<uint32_t, record>;
+    for (uint32_t iod = 1; iod <= count; ++iod)
+        insert(iod);
+}
+
+} // namespace
+} // namespace rival
+
+#include "rival_calls.h"
