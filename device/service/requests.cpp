@@ -3,7 +3,8 @@
 // requests.cpp: the table of requests. Most rows have one of four shapes, each a template told
 // once: a part of the identity of an interface named by its iod, what is answered about it, the
 // same for one named by its if-index, and a translation of one number into another. Only what is
-// left has a function of its own. sd-bus has checked the arguments against the row's signature before an answer runs.
+// left has a function of its own. sd-bus has checked the arguments against the row's signature
+// before an answer runs.
 #include "requests.h"
 
 #include <cstring>
@@ -20,8 +21,6 @@ namespace
 {
 
 using finder = const interface *(device_model::*)(u32) const;
-
-const interface *find_by_iod(const device_model &model, u32 iod) { return model.find_iod(iod); }
 
 int unknown(const call &c, const char *what, u32 number)
 {
@@ -49,19 +48,7 @@ int give(const call &c, char type, const void *values, std::size_t bytes)
     return result;
 }
 
-// Finds the interface whose iod stands first in the request; null: the error is set.
-const interface *asked_by_iod(const call &c, int &failure)
-{
-    u32 iod = 0;
-    failure = sd_bus_message_read(c.request, "u", &iod);
-    if (failure < 0)
-        return nullptr;
-    const interface *asked = find_by_iod(c.model, iod);
-    if (asked == nullptr)
-        failure = unknown(c, "iod", iod);
-    return asked;
-}
-
+// Finds the interface whose number stands first in the request; null: the error is set.
 template <finder find>
 const interface *asked_by(const call &c, const char *what, int &failure)
 {
@@ -73,6 +60,11 @@ const interface *asked_by(const call &c, const char *what, int &failure)
     if (asked == nullptr)
         failure = unknown(c, what, number);
     return asked;
+}
+
+const interface *asked_by_iod(const call &c, int &failure)
+{
+    return asked_by<&device_model::find_iod>(c, "iod", failure);
 }
 
 // What never changes while the interface lives.
@@ -427,7 +419,7 @@ constexpr request table[] = {
     { "GetMtu",             "u",     "u",   iod_answer,      now_of_iod<&attributes::mtu> },
     { "GetEncapType",       "u",     "u",   iod_answer,      now_of_iod<&attributes::encap> },
     { "GetVlanId",          "u",     "u",   iod_answer,      now_of_iod<&attributes::vlan> },
-    { "GetParent",          "u",     "u",   iod_answer, now_of_iod<&attributes::parent> },
+    { "GetParent",          "u",     "u",   iod_answer,      now_of_iod<&attributes::parent> },
     { "GetSrcMac",          "u",     "ay",  iod_answer,      src_mac },
     { "GetVlanInfo",        "u",     "quu", iod_vlan_info,   vlan_info },
     { "GetPortModes",       "au",    "au",  modes,           port_modes },

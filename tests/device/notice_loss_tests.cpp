@@ -41,16 +41,6 @@ protected:
         base = other_client(socket).sequence();
     }
 
-    void wait_until_connected()
-    {
-        EXPECT_TRUE(eventually([] {
-            if (is_readable())
-                varn_device_dispatch(0);
-            return varn_device_is_connected() == 1;
-        }));
-        varn_device_dispatch(0);
-    }
-
     // The next changes are told under the numbers that follow the last one.
     void the_stream_goes_on()
     {
