@@ -3,6 +3,9 @@
 // The rounds.
 #include "asking.h"
 
+#include <array>
+#include <utility>
+
 #include "population.h"
 
 namespace bench
@@ -13,25 +16,36 @@ namespace
 
 constexpr uint32_t order_mask = num_random_iods - 1;
 
-} // namespace
-
-uint32_t ask_randomly(question ask, const uint16_t *order, uint32_t at)
+// Tells the copies of a round apart, which the compiler would make one.
+template <unsigned site>
+inline void mark()
 {
+    asm volatile("" : : "i"(site));
+}
+
+template <unsigned site>
+uint32_t randomly(question ask, const uint16_t *order, uint32_t at)
+{
+    mark<site>();
     uint32_t sum = 0;
     for (uint32_t each = 0; each < round_length; ++each)
         sum += ask(order[(at + each) & order_mask]);
     return sum;
 }
 
-uint32_t ask_dependently(question ask, const uint16_t *order, uint32_t at)
+template <unsigned site>
+uint32_t dependently(question ask, const uint16_t *order, uint32_t at)
 {
+    mark<site>();
     for (uint32_t each = 0; each < round_length; ++each)
         at += ask(order[at & order_mask]);
     return at;
 }
 
-uint32_t ask_in_order(question ask, uint32_t iod, uint32_t count)
+template <unsigned site>
+uint32_t in_order(question ask, uint32_t iod, uint32_t count)
 {
+    mark<site>();
     for (uint32_t each = 0; each < round_length; ++each) {
         iod = iod == count ? 1 : iod + 1;
         ask(iod);
@@ -39,8 +53,10 @@ uint32_t ask_in_order(question ask, uint32_t iod, uint32_t count)
     return iod;
 }
 
-uint32_t ask_five(const subject &of, const uint16_t *order, uint32_t at)
+template <unsigned site>
+uint32_t five(const subject &of, const uint16_t *order, uint32_t at)
 {
+    mark<site>();
     uint32_t sum = 0;
     for (uint32_t each = 0; each < round_length; ++each) {
         const uint32_t iod = order[(at + each) & order_mask];
@@ -48,6 +64,20 @@ uint32_t ask_five(const subject &of, const uint16_t *order, uint32_t at)
                of.get_if_encaptype(iod);
     }
     return sum;
+}
+
+template <unsigned... site>
+constexpr std::array<rounds, sizeof...(site)> at_each(std::integer_sequence<unsigned, site...>)
+{
+    return {rounds{randomly<site>, dependently<site>, in_order<site>, five<site>}...};
+}
+
+} // namespace
+
+const rounds &rounds_at(unsigned site)
+{
+    static constexpr auto all = at_each(std::make_integer_sequence<unsigned, num_sites>());
+    return all.at(site);
 }
 
 } // namespace bench

@@ -14,6 +14,7 @@ namespace
 
 using bench::question;
 using bench::round_length;
+using bench::rounds;
 using bench::subject;
 
 void told(benchmark::State &state, uint32_t result, uint32_t per_iteration = round_length)
@@ -22,37 +23,40 @@ void told(benchmark::State &state, uint32_t result, uint32_t per_iteration = rou
     state.counters["operations"] = per_iteration;
 }
 
-void random_questions(benchmark::State &state, question ask, const uint16_t *order)
+void random_questions(benchmark::State &state, const rounds &site, question ask,
+                      const uint16_t *order)
 {
     uint32_t at = 0, sum = 0;
     for (auto _ : state) {
-        sum += bench::ask_randomly(ask, order, at);
+        sum += site.randomly(ask, order, at);
         at += round_length;
     }
     told(state, sum);
 }
 
-void dependent_questions(benchmark::State &state, question ask, const uint16_t *order)
+void dependent_questions(benchmark::State &state, const rounds &site, question ask,
+                         const uint16_t *order)
 {
     uint32_t at = 0;
     for (auto _ : state)
-        at = bench::ask_dependently(ask, order, at);
+        at = site.dependently(ask, order, at);
     told(state, at);
 }
 
-void questions_in_order(benchmark::State &state, question ask, uint32_t count)
+void questions_in_order(benchmark::State &state, const rounds &site, question ask, uint32_t count)
 {
     uint32_t iod = 0;
     for (auto _ : state)
-        iod = bench::ask_in_order(ask, iod, count);
+        iod = site.in_order(ask, iod, count);
     told(state, iod);
 }
 
-void five_questions(benchmark::State &state, const subject &of, const uint16_t *order)
+void five_questions(benchmark::State &state, const rounds &site, const subject &of,
+                    const uint16_t *order)
 {
     uint32_t at = 0, sum = 0;
     for (auto _ : state) {
-        sum += bench::ask_five(of, order, at);
+        sum += site.five(of, order, at);
         at += round_length;
     }
     told(state, sum);
@@ -72,17 +76,19 @@ void churn(benchmark::State &state, const subject &of, const uint16_t *order)
 }
 
 // clang-tidy would have a reference captured; the subjects live as long as the program.
-void register_subject(const subject &of, uint32_t count, const uint16_t *order)
+void register_subject(const subject &of, const rounds &site, uint32_t count, const uint16_t *order)
 {
     const auto name = [&of](const char *pattern) { return pattern + ('/' + of.name); };
     const subject *who = &of;
-    benchmark::RegisterBenchmark(name("random").c_str(), random_questions, of.is_linkup, order);
-    benchmark::RegisterBenchmark(name("dependent").c_str(), dependent_questions, of.is_linkup,
+    const rounds *from = &site;
+    benchmark::RegisterBenchmark(name("random").c_str(), random_questions, site, of.is_linkup,
                                  order);
-    benchmark::RegisterBenchmark(name("sequential").c_str(), questions_in_order, of.is_linkup,
+    benchmark::RegisterBenchmark(name("dependent").c_str(), dependent_questions, site, of.is_linkup,
+                                 order);
+    benchmark::RegisterBenchmark(name("sequential").c_str(), questions_in_order, site, of.is_linkup,
                                  count);
-    benchmark::RegisterBenchmark(name("five").c_str(), [who, order](benchmark::State &state) {
-        five_questions(state, *who, order);
+    benchmark::RegisterBenchmark(name("five").c_str(), [who, from, order](benchmark::State &state) {
+        five_questions(state, *from, *who, order);
     });
     benchmark::RegisterBenchmark(name("churn").c_str(), [who, order](benchmark::State &state) {
         churn(state, *who, order);
@@ -94,9 +100,10 @@ void register_subject(const subject &of, uint32_t count, const uint16_t *order)
 void bench::register_hits(const std::vector<subject> &subjects, uint32_t count,
                           const uint16_t *order)
 {
+    unsigned site = 0;
     for (const subject &each : subjects)
-        register_subject(each, count, order);
+        register_subject(each, rounds_at(site++), count, order);
     for (const exported_query &query : exported_queries())
         benchmark::RegisterBenchmark((std::string("query/") + query.name).c_str(), random_questions,
-                                     query.ask, order);
+                                     rounds_at(site++), query.ask, order);
 }

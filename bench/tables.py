@@ -29,7 +29,7 @@ PATTERNS = {
 SCALARS = (
     "is_linkup is_protoup is_switchport is_switching_enabled_on_iod is_ethernet is_vlan is_null0 "
     "is_native_p2p is_loopback is_mvpn_tunnel get_if_mtu get_if_encaptype is_gre_tunnel "
-    "is_super_802_3ad is_cbus is_mgmtether"
+    "is_super_802_3ad is_cbus is_mgmtether get_if_vlanid"
 ).split()
 
 
