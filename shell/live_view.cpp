@@ -119,15 +119,17 @@ void live_view::draw()
     screen_->show(lines.data(), lines.size());
 }
 
+// Where there is too little room the socket's path is cut, and not what is wrong.
 std::string live_view::heading() const
 {
-    const char *state = !now_.counted.enabled     ? "the cache is off"
-                        : !now_.counted.connected ? "not connected"
-                                                  : "";
-    const std::string left = fmt::format("varnsh top  {}  {}", socket_, state);
+    const std::string_view state = !now_.counted.enabled     ? "  the cache is off"
+                                   : !now_.counted.connected ? "  not connected"
+                                                             : "";
     const std::string right = clock_text() + "  q leaves";
     const std::size_t width = std::min(size_.columns, widest_line);
     const std::size_t room = width > right.size() + 1 ? width - right.size() - 1 : 0;
+    const std::size_t for_path = room > state.size() ? room - state.size() : 0;
+    const std::string left = cut("varnsh top  " + socket_, for_path).append(state);
     return coloured(fmt::format("{:<{}} {}", cut(left, room), room, right), bold);
 }
 

@@ -2,7 +2,8 @@
 //
 // main.cpp: varnsh, a client process with a command line. Commands come from -c or, without any,
 // from standard input. All are run; the exit code is that of the first that failed: 1 for an
-// interface that is not there or a service that does not answer, 2 for what was not understood.
+// interface that is not there, a service that does not answer or output that cannot be written, 2
+// for what was not understood.
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -90,6 +91,15 @@ void set_up_client(const options &chosen)
         varn_device_connect(chosen.socket.c_str());
 }
 
+// Commands write through stdio, which remembers when something could not be written.
+int unless_unwritten(int exit_code)
+{
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
+        return exit_code;
+    std::fprintf(stderr, "varnsh: not all of the output could be written\n");
+    return shell::unanswered;
+}
+
 int run(int argc, char **argv)
 {
     std::setlocale(LC_CTYPE, "");
@@ -122,7 +132,7 @@ int run(int argc, char **argv)
     varn_device_subscribe(nullptr);
     shell::end_cache();
     varn_device_disconnect();
-    return commands.exit_code();
+    return unless_unwritten(commands.exit_code());
 }
 
 } // namespace

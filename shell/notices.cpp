@@ -72,6 +72,9 @@ bool notices::wait_for(int descriptor, milliseconds time)
             take();
         if (ready > 0 && watched[0].revents != 0)
             return true;
+        // A device that changes all the time keeps its descriptor readable.
+        if (!endless && steady_clock::now() >= end)
+            return false;
     }
 }
 

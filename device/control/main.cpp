@@ -33,6 +33,15 @@ void describe(CLI::App &app, command_line &given)
     app.footer(control::overview());
 }
 
+// Commands write through stdio, which remembers when something could not be written.
+int unless_unwritten(int exit_code)
+{
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
+        return exit_code;
+    std::fprintf(stderr, "varnctl: not all of the output could be written\n");
+    return control::refused;
+}
+
 int run(int argc, char **argv)
 {
     command_line given;
@@ -49,7 +58,7 @@ int run(int argc, char **argv)
         varn_device_connect(given.socket.c_str());
     const control::exit_code code = control::run(given.command, given.options);
     varn_device_disconnect();
-    return code;
+    return unless_unwritten(code);
 }
 
 } // namespace

@@ -23,6 +23,7 @@ namespace
 {
 
 constexpr int dump_attempts = 8;
+constexpr int most_at_once = 64; // messages of notifications in one turn of the event loop
 
 int collect(nl_msg *message, void *argument)
 {
@@ -78,7 +79,7 @@ std::string kernel_source::start(sd_event *loop)
     if (sd_event_add_io(loop, &source, nl_socket_get_fd(events_.get()), EPOLLIN, on_readable,
                         this) < 0)
         return "cannot wait for changes of links";
-    // What the kernel has said is taken in before any request is answered.
+    // What the kernel has said is taken in before any request is answered, but in a storm.
     sd_event_source_set_priority(source, SD_EVENT_PRIORITY_IMPORTANT);
     sd_event_source_set_floating(source, 1);
     sd_event_source_unref(source);
@@ -112,25 +113,29 @@ int kernel_source::open_sockets()
     return nl_socket_modify_cb(events_.get(), NL_CB_VALID, NL_CB_CUSTOM, on_event, this);
 }
 
-int kernel_source::on_readable(sd_event_source *, int, std::uint32_t, void *self)
+// While more is waiting than one turn takes in, requests have their turn in between.
+int kernel_source::on_readable(sd_event_source *source, int, std::uint32_t, void *self)
 {
-    return static_cast<kernel_source *>(self)->drain_events();
+    const bool storm = !static_cast<kernel_source *>(self)->drain_events();
+    return sd_event_source_set_priority(source, storm ? SD_EVENT_PRIORITY_NORMAL
+                                                      : SD_EVENT_PRIORITY_IMPORTANT);
 }
 
-// Never ends the service: whatever went wrong with the notifications, reading all again heals it.
-int kernel_source::drain_events()
+// False: there is more. Never ends the service: whatever went wrong with the notifications, reading
+// all again heals it.
+bool kernel_source::drain_events()
 {
     int result = 0;
-    while ((result = nl_recvmsgs_default(events_.get())) >= 0)
-        ;
-    if (result != -NLE_AGAIN)
+    for (int n = 0; n < most_at_once && result >= 0; ++n)
+        result = nl_recvmsgs_default(events_.get());
+    if (result < 0 && result != -NLE_AGAIN)
         recover(result);
     else if (behind_)
         read_all_or_stay_behind();
     try_unserved_again();
     read_port_vlans();
     model_.settle();
-    return 0;
+    return result < 0;
 }
 
 void kernel_source::recover(int failure)

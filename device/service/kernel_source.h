@@ -57,7 +57,7 @@ private:
     static int on_event(nl_msg *message, void *self);
 
     int open_sockets();
-    int drain_events();
+    bool drain_events();
     void recover(int failure);
     int read_links(u32 key, std::vector<link_facts> &links); // key 0: all of them
     void read_again(u32 key);

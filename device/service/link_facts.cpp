@@ -29,16 +29,28 @@ namespace
 
 u32 ordinal(int kernel_index) { return kernel_index > 0 ? static_cast<u32>(kernel_index) : 0; }
 
+// Of one that stands there twice the last counts, as it does for libnl.
+nlattr *last_of(nlattr *first, int bytes, int which)
+{
+    nlattr *found = nullptr;
+    for (nlattr *each = first; nla_ok(each, bytes) != 0; each = nla_next(each, &bytes))
+        if (nla_type(each) == which)
+            found = each;
+    return found;
+}
+
 nlattr *attribute(nl_msg *message, int which)
 {
-    return nlmsg_find_attr(nlmsg_hdr(message), sizeof(ifinfomsg), which);
+    const nlmsghdr *header = nlmsg_hdr(message);
+    return last_of(nlmsg_attrdata(header, sizeof(ifinfomsg)),
+                   nlmsg_attrlen(header, sizeof(ifinfomsg)), which);
 }
 
 nlattr *nested(nlattr *outer, int which)
 {
     return outer == nullptr
                ? nullptr
-               : nla_find(static_cast<nlattr *>(nla_data(outer)), nla_len(outer), which);
+               : last_of(static_cast<nlattr *>(nla_data(outer)), nla_len(outer), which);
 }
 
 bool is_forwarding_bridge_port(nl_msg *message)
@@ -82,10 +94,16 @@ void read_medium(rtnl_link *link, link_facts &facts)
         std::memcpy(facts.mac.data(), nl_addr_get_binary_addr(address), facts.mac.size());
 }
 
+// libnl asks nothing of a link whose message has no data of its kind, and trips over it.
+bool has_data_of_kind(nl_msg *message)
+{
+    return nested(attribute(message, IFLA_LINKINFO), IFLA_INFO_DATA) != nullptr;
+}
+
 // IFLA_LINK means "stands on" for a VLAN link only: a veth names its peer there.
 void read_vlan(rtnl_link *link, nl_msg *message, link_facts &facts)
 {
-    if (rtnl_link_is_vlan(link) == 0)
+    if (rtnl_link_is_vlan(link) == 0 || !has_data_of_kind(message))
         return;
     facts.vlan = static_cast<u16>(std::max(rtnl_link_vlan_get_id(link), 0));
     if (attribute(message, IFLA_LINK_NETNSID) == nullptr)
@@ -108,7 +126,7 @@ void read_link(rtnl_link *link, nl_msg *message, link_facts &facts)
     read_medium(link, facts);
     read_vlan(link, message, facts);
     facts.filters_vlans = row.masters == mastery::bridge && is_filtering_bridge(message);
-    if (row.masters == mastery::vrf)
+    if (row.masters == mastery::vrf && has_data_of_kind(message))
         rtnl_link_vrf_get_tableid(link, &facts.table);
 }
 

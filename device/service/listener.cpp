@@ -4,7 +4,9 @@
 #include "listener.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
+#include <ctime>
 
 #include <fcntl.h>
 #include <sys/epoll.h>
@@ -21,6 +23,7 @@ namespace
 
 constexpr mode_t not_for_others = 0117; // leaves 0660
 constexpr int backlog = 64;
+constexpr std::uint64_t pause_length = 100'000; // microseconds between two attempts to accept
 
 std::string because(const std::string &what) { return what + ": " + std::strerror(errno); }
 
@@ -42,6 +45,8 @@ bool is_socket_or_nothing(const std::string &path)
 
 listener::~listener()
 {
+    sd_event_source_disable_unref(door_);
+    sd_event_source_disable_unref(pause_);
     if (socket_ >= 0) {
         unlink(path_.c_str());
         close(socket_);
@@ -52,13 +57,17 @@ listener::~listener()
 
 listening listener::start(sd_event *loop, std::string &reason)
 {
+    if (path_.empty() || path_.size() >= sizeof sockaddr_un::sun_path) {
+        reason = "the socket's path is empty or too long: " + path_;
+        return listening::failed;
+    }
     make_folder_of(path_);
     listening outcome = own_path(reason);
     if (outcome == listening::yes)
         outcome = bind_path(reason);
     if (outcome != listening::yes)
         return outcome;
-    if (sd_event_add_io(loop, nullptr, socket_, EPOLLIN, on_readable, this) < 0) {
+    if (wait_for_clients(loop) < 0) {
         reason = "cannot wait for clients";
         return listening::failed;
     }
@@ -87,10 +96,6 @@ listening listener::bind_path(std::string &reason)
 {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
-    if (path_.empty() || path_.size() >= sizeof address.sun_path) {
-        reason = "the socket's path is empty or too long: " + path_;
-        return listening::failed;
-    }
     if (!is_socket_or_nothing(path_)) {
         reason = path_ + " is there already and is no socket";
         return listening::failed;
@@ -112,12 +117,43 @@ listening listener::bind_path(std::string &reason)
     return listening::failed;
 }
 
+int listener::wait_for_clients(sd_event *loop)
+{
+    const int result = sd_event_add_io(loop, &door_, socket_, EPOLLIN, on_readable, this);
+    if (result < 0)
+        return result;
+    return sd_event_add_time_relative(loop, &pause_, CLOCK_MONOTONIC, pause_length, 0,
+                                      on_pause_over, this);
+}
+
+// Who cannot be accepted stays at the door and keeps it readable: it is not looked at for a while.
+int listener::pause(int error)
+{
+    if (!told_of_failure_)
+        std::fprintf(stderr, "varn-deviced: cannot accept a client: %s\n", std::strerror(error));
+    told_of_failure_ = true;
+    int result = sd_event_source_set_enabled(door_, SD_EVENT_OFF);
+    if (result >= 0)
+        result = sd_event_source_set_time_relative(pause_, pause_length);
+    return result < 0 ? result : sd_event_source_set_enabled(pause_, SD_EVENT_ONESHOT);
+}
+
+int listener::on_pause_over(sd_event_source *, std::uint64_t, void *self)
+{
+    return sd_event_source_set_enabled(static_cast<listener *>(self)->door_, SD_EVENT_ON);
+}
+
 int listener::on_readable(sd_event_source *, int fd, std::uint32_t, void *self)
 {
+    auto *const here = static_cast<listener *>(self);
     const int client = accept4(fd, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
-    if (client >= 0)
-        static_cast<listener *>(self)->accept_(client);
-    return 0;
+    if (client >= 0) {
+        here->told_of_failure_ = false;
+        here->accept_(client);
+        return 0;
+    }
+    const bool gone_again = errno == EAGAIN || errno == ECONNABORTED || errno == EINTR;
+    return gone_again ? 0 : here->pause(errno);
 }
 
 } // namespace device

@@ -35,14 +35,20 @@ public:
 
 private:
     static int on_readable(sd_event_source *, int fd, std::uint32_t, void *self);
+    static int on_pause_over(sd_event_source *, std::uint64_t, void *self);
 
     listening own_path(std::string &reason);
     listening bind_path(std::string &reason);
+    int wait_for_clients(sd_event *loop);
+    int pause(int error);
 
     std::string path_;
     on_client accept_;
     int lock_ = -1;
     int socket_ = -1;
+    sd_event_source *door_ = nullptr;  // disabled while a pause lasts
+    sd_event_source *pause_ = nullptr; // its end
+    bool told_of_failure_ = false;     // to accept; said once until it works again
 };
 
 } // namespace device

@@ -90,6 +90,13 @@ int serve(const options &chosen, sd_event *loop)
     return sd_event_loop(loop) < 0 ? fail(cannot_run, "the event loop failed") : ended;
 }
 
+int print_schema()
+{
+    const bool written =
+        std::fputs(device::inventory_schema().c_str(), stdout) >= 0 && std::fflush(stdout) == 0;
+    return written ? ended : fail(cannot_run, "the schema could not be written");
+}
+
 int run(int argc, char **argv)
 {
     options chosen;
@@ -112,7 +119,7 @@ int run(int argc, char **argv)
         return app.exit(wrong) == 0 ? ended : wrong_usage;
     }
     if (chosen.schema)
-        return std::fputs(device::inventory_schema().c_str(), stdout) < 0 ? cannot_run : ended;
+        return print_schema();
 
     sd_event *loop = nullptr;
     if (sd_event_default(&loop) < 0 || end_on_signals(loop) < 0)

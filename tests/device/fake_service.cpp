@@ -35,6 +35,12 @@ fake_service::fake_service(const std::string &socket, std::vector<fake_notice> s
 {
 }
 
+fake_service::fake_service(const std::string &socket, char type, std::size_t elements)
+    : answers_all_(true), type_(type), elements_(elements), listening_(listen_on(socket)),
+      thread_([this] { serve(); })
+{
+}
+
 fake_service::~fake_service()
 {
     ending_ = true;
@@ -65,6 +71,24 @@ int fake_service::on_subscribe(sd_bus_message *request, void *userdata, sd_bus_e
     return 1;
 }
 
+int fake_service::on_any_message(sd_bus_message *message, void *userdata, sd_bus_error *)
+{
+    const auto *self = static_cast<const fake_service *>(userdata);
+    if (sd_bus_message_is_method_call(message, interface, nullptr) <= 0)
+        return 0;
+    if (self->type_ == 0)
+        return sd_bus_reply_method_return(message, "b", 1) < 0 ? -1 : 1;
+    const std::vector<uint64_t> zeros(self->elements_); // room for elements of any width
+    const std::size_t width = self->type_ == 'y' ? 1 : 4;
+    sd_bus_message *answer = nullptr;
+    EXPECT_GE(sd_bus_message_new_method_return(message, &answer), 0);
+    EXPECT_GE(
+        sd_bus_message_append_array(answer, self->type_, zeros.data(), self->elements_ * width), 0);
+    EXPECT_GE(sd_bus_send(nullptr, answer, nullptr), 0);
+    sd_bus_message_unref(answer);
+    return 1;
+}
+
 void fake_service::serve()
 {
     static const sd_bus_vtable methods[] = {
@@ -88,7 +112,8 @@ void fake_service::serve()
     EXPECT_GE(sd_bus_set_trusted(bus, 1), 0);
     EXPECT_GE(sd_bus_start(bus), 0);
     EXPECT_GE(sd_bus_add_object_vtable(bus, nullptr, "/varn/device", interface, methods, this), 0);
-    int result = 0;
+    int result = answers_all_ ? sd_bus_add_filter(bus, nullptr, on_any_message, this) : 0;
+    EXPECT_GE(result, 0);
     while (!ending_ && result >= 0) {
         result = sd_bus_process(bus, nullptr);
         if (result == 0)

@@ -9,6 +9,8 @@
 
 #include <unistd.h>
 
+#include "aggsvc.h"
+#include "idxsvc.h"
 #include "ifsvc.h"
 #include "inventory_device.h"
 #include "running_device.h"
@@ -101,6 +103,20 @@ TEST_F(InventoryService, ChangesNothingOfAMachine)
     EXPECT_EQ(varn_device_change(words, 2, nullptr), VARN_DEVICE_E_NOT_ALLOWED);
     EXPECT_STREQ(varn_device_last_error_text(),
                  "this device is the machine itself, and is not changed by commands");
+}
+
+TEST_F(InventoryService, SaysWhatAPortChannelAndABridgeDomainDoNotHave)
+{
+    start(R"({"interfaces": [{"name": "bundle1", "type": "port-channel"}]})");
+    uint32_t bundle = 0, member = 4711;
+    ASSERT_EQ(ifsvc_get_ifindex_frm_iod(iod_of("bundle1"), &bundle), 0u);
+    EXPECT_EQ(aggsvc_get_pc_mbr_ifidx_from_rbh(bundle, 16, &member), VARN_DEVICE_E_REFUSED);
+    EXPECT_STREQ(varn_device_last_error_text(), "no hash bucket 16");
+    EXPECT_EQ(aggsvc_get_pc_mbr_ifidx_from_rbh(bundle, 15, &member), VARN_DEVICE_E_NO_VALUE);
+    EXPECT_STREQ(varn_device_last_error_text(), "bundle1 has no operational member");
+    EXPECT_EQ(idxsvc_lib_bd_to_di(77, &member), VARN_DEVICE_E_NO_INTERFACE);
+    EXPECT_STREQ(varn_device_last_error_text(), "no bridge domain 77");
+    EXPECT_EQ(member, 4711u);
 }
 
 TEST_F(InventoryService, SaysWhatIsWrongWithAChange)

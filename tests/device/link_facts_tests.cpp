@@ -144,6 +144,29 @@ TEST_F(LinkFacts, OfAVrfNameItsTable)
     EXPECT_EQ(facts.masters, device::mastery::vrf);
 }
 
+TEST_F(LinkFacts, OfALinkThatKeepsItsDataToItselfAreWithoutThem)
+{
+    link(8, "eth0.100", 0);
+    number(IFLA_LINK, 7);
+    kind("vlan");
+    EXPECT_EQ(read().vlan, 0);
+    link(9, "red", IFF_UP);
+    kind("vrf");
+    EXPECT_EQ(read().table, 0u);
+}
+
+TEST_F(LinkFacts, OfALinkThatIsDescribedTwiceAreThoseOfTheLastDescription)
+{
+    link(8, "eth0.100", 0);
+    kind("vlan", IFLA_VLAN_ID, 100, 2);
+    kind("vlan");
+    EXPECT_EQ(read().vlan, 0);
+    link(8, "eth0.100", 0);
+    kind("vlan");
+    kind("vlan", IFLA_VLAN_ID, 100, 2);
+    EXPECT_EQ(read().vlan, 100);
+}
+
 TEST_F(LinkFacts, OfAMemberNameItsMaster)
 {
     link(10, "eth1", IFF_UP);
