@@ -95,7 +95,7 @@ void fill_by_chance(dice &chance, void *record, std::size_t size)
 {
     auto *bytes = static_cast<u8 *>(record);
     for (std::size_t at = 0; at < size; ++at)
-        bytes[at] = static_cast<u8>(chance.word());
+        bytes[at] = chance.byte();
 }
 
 void draw_record(act &on, varn_phy_update_t &record)

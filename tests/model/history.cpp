@@ -94,7 +94,7 @@ std::optional<failure> run(const history &of, bool tell)
     cache model;
     failure found{};
     for (const step &now : of.steps) {
-        act on{dice(now.seed), model, all, of.is_rough, ""};
+        act on{dice(now.seed, now.tape), model, all, of.is_rough, ""};
         try {
             run_step(now, on);
         } catch (const difference &unlike) {
@@ -132,6 +132,20 @@ history shrunk(history of)
             chunk = chunk == 1 ? 0 : chunk / 2;
     }
     return of;
+}
+
+std::string told_failure(const history &of)
+{
+    const auto found = run(shrunk(of), true);
+    if (!found)
+        return "  (it does not fail again)\n";
+    std::string text;
+    for (std::size_t at = 0; at < found->told.size(); ++at)
+        text += scripted::spell("  ", std::to_string(at + 1), "  ", found->told[at], "\n");
+    text += "  what the library asked in the last step:\n";
+    for (std::size_t at = 0; at < found->log.size(); ++at)
+        text += scripted::spell("  ", std::to_string(at), "  ", found->log[at], "\n");
+    return scripted::spell(text, "  difference: ", found->what, "\n");
 }
 
 } // namespace naive

@@ -2,7 +2,7 @@
 //
 // A history: a world, a library as it is at load time, and steps. A step carries its own seed, from
 // which its arguments and its mischief are drawn, so that it does much the same when others are
-// taken away.
+// taken away. One that was written and not drawn has a tape before its seed.
 #pragma once
 
 #include "dice.h"
@@ -17,6 +17,7 @@ namespace naive
 struct step {
     u32 operation;
     u64 seed;
+    std::vector<u8> tape{}; // drawn from before the seed
 };
 
 struct history {
@@ -39,5 +40,9 @@ std::optional<failure> run(const history &of, bool tell = false);
 
 // Takes away whatever is not needed for a failure.
 history shrunk(history of);
+
+// The failure as a person reads it: the history made shorter, step by step, with what the library
+// asked in the last one.
+std::string told_failure(const history &of);
 
 } // namespace naive

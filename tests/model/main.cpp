@@ -46,20 +46,9 @@ void tell_crash(int signal)
 
 void tell_failure(u64 seed, const naive::history &of)
 {
-    std::printf("history %llu fails; made shorter:\n", static_cast<unsigned long long>(seed));
-    const naive::history shorter = naive::shrunk(of);
-    const auto found = naive::run(shorter, true);
-    if (!found) {
-        std::puts("(it does not fail again)");
-        return;
-    }
-    for (std::size_t at = 0; at < found->told.size(); ++at)
-        std::printf("  %2zu  %s\n", at + 1, found->told[at].c_str());
-    std::puts("  what the library asked in the last step:");
-    for (std::size_t at = 0; at < found->log.size(); ++at)
-        std::printf("  %4zu  %s\n", at, found->log[at].c_str());
-    std::printf("  difference: %s\n", found->what.c_str());
-    std::printf("VARN_SEED=%llu repeats it\n", static_cast<unsigned long long>(seed));
+    const auto number = static_cast<unsigned long long>(seed);
+    std::printf("history %llu fails; made shorter:\n%sVARN_SEED=%llu repeats it\n", number,
+                naive::told_failure(of).c_str(), number);
 }
 
 } // namespace

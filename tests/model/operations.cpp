@@ -216,6 +216,8 @@ u32 draw_operation(dice &chance)
     return at;
 }
 
+u32 number_of_operations() { return static_cast<u32>(the_operations().all.size()); }
+
 const operation &operation_at(u32 number) { return the_operations().all[number]; }
 
 } // namespace naive

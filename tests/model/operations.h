@@ -40,6 +40,7 @@ void add_lifecycle(std::vector<operation> &to);
 
 // The number of one of them, by weight; 0 is varn_init.
 u32 draw_operation(dice &chance);
+u32 number_of_operations();
 const operation &operation_at(u32 number);
 
 } // namespace naive

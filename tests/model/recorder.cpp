@@ -39,8 +39,9 @@ void give(event &to, Number number)
 void give(event &to, const char *text) { to.text = text; }
 u64 packed(const u8 *mac)
 {
-    u64 bytes = 0;
-    std::memcpy(&bytes, mac, 6);
+    u64 bytes = 0; // the first byte lowest, on every machine
+    for (u32 at = 0; at < 6; ++at)
+        bytes |= u64{mac[at]} << (8 * at);
     return bytes;
 }
 void give(event &to, const u8 *mac) { to.give(packed(mac)); }

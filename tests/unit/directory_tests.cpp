@@ -115,6 +115,14 @@ protected:
         }
     }
 
+    // Between varn_cleanup and varn_init nothing may be called while the cache is on.
+    static void expect_no_entry()
+    {
+        varn_enabled = 0;
+        for (const u32 iod : watched_iods)
+            EXPECT_EQ(varn_find_entry_by_iod(iod), nullptr) << iod;
+    }
+
     static void expect_requests_only_without(bool from_cache, u32 iod)
     {
         for (std::size_t each = 0; each < queries.size(); ++each) {
@@ -290,11 +298,11 @@ TEST_F(IodDirectory, IsEmptyAfterCleanUp)
     for (const u32 iod : watched_iods)
         filed(iod);
     varn_cleanup();
-    expect_agreement();
+    expect_no_entry();
     begin();
     filed(32767);
     varn_cleanup();
-    expect_agreement();
+    expect_no_entry();
 }
 
 TEST_F(IodDirectory, LeavesTheWordToATableThatAnswersForARemovedEntry)

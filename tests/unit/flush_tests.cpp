@@ -259,6 +259,19 @@ TEST_F(FlushAll, OfNoEntrySucceeds)
     EXPECT_EQ(history_text(), "");
 }
 
+// Its own bucket count bounds the walk, and another table may not be there.
+TEST_F(FlushAll, WalksTheWholeIfTableAlsoWithoutAnIodTable)
+{
+    start(config().sync(0).low(lowest).num_buckets(64));
+    varn_if_entry_t *made = varn_if_create_entry_by_if(0x1a000007, 7, none, none);
+    forget();
+    record(tables);
+    EXPECT_EQ(varn_if_flush_all(0), 1u);
+    EXPECT_EQ(calls(), lines("ht_iterator_init(If, 0, 64) = 1", "ht_iterator_next(If) = 0x1a000007",
+                             "ht_iterator_next(If) = null"));
+    EXPECT_EQ(dirty(made), lowest);
+}
+
 TEST_F(FlushAll, WhileDisabledReturns0Silently)
 {
     start(masks());

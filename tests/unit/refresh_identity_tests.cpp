@@ -413,4 +413,17 @@ TEST_F(PiStep, OfAnIfIndexThatIsNowOfType9DropsTheOldLink)
     EXPECT_EQ(counters_moved(), "pi_remaps +1, pi_index.removes +1");
 }
 
+TEST_F(Refresh, CountsTheRemapsOfAnEntryInOneByteThatWraps)
+{
+    refreshed->iod_remaps = refreshed->pi_remaps = refreshed->lif_remaps = 255;
+    the(7).pi(0x999).lif(0x9999);
+    EXPECT_EQ(refresh(bits(2, 3)), 1u);
+    EXPECT_EQ(refreshed->pi_remaps, 0);
+    EXPECT_EQ(refreshed->lif_remaps, 0);
+    on(ifsvc_get_iod_frm_ifindex).of(0x1a000007).fails(0x41);
+    EXPECT_EQ(refresh(bits(1)), 0u);
+    EXPECT_EQ(refreshed->iod_remaps, 0);
+    EXPECT_EQ(varn.iod_remaps, 1u);
+}
+
 } // namespace

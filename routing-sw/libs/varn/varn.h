@@ -21,9 +21,8 @@
  *      is removed (by a call or by a notification), its iod is claimed by another interface, or a
  *      refresh of it fails. Never free one.
  *   5. The library has no thread and takes no lock. A client that calls it from several threads
- *      serialises all calls, the dumps included. A callback of the client may ask queries, but it
- *      must neither remove the interface that the call works on nor make a refresh of it fail, nor
- *      switch off the cache; and during a flush of all entries or a dump it may not call at all.
+ *      serialises all calls, the dumps included. What a callback of the client may call stands
+ *      below.
  *   6. Attributes have fixed bit numbers (VARN_BIT_...), used alike in the masks of the
  *      configuration and of an entry: sync says what is cached at all, dirty what must be asked
  *      again. A cached value counts only while its sync bit is set and its dirty bit is clear.
@@ -33,6 +32,40 @@
  *      device's event history at level 2. An informational line is *traced*: to debug_print_arg
  *      where the client installed it, else to debug_print and to the event history at level 1.
  *   9. Client arguments are uintptr_t and passed through unchanged. Byte order is the host's.
+ *
+ * What is the caller's fault
+ *
+ * A debug build of the library stops with a message that names the function and the rule. A release
+ * build does not look, and but for 2 nothing is promised of what follows.
+ *
+ *   1. A hash bucket of 16 or more (varn_aggsvc_get_pc_mbr_ifidx_from_rbh with port-channels
+ *      cached).
+ *   2. An iod of 32768 or more in varn_if_remove_entry_by_if_ext.
+ *   3. A null pointer: an output, a notification record, a key, a text. Where one may be null, its
+ *      function says so.
+ *   4. Two threads in the library at once.
+ *   5. A call of anything but varn_cleanup between varn_cleanup and varn_init.
+ *   6. A callback that removes an entry that the call is not done with, be it by a refresh that
+ *      fails.
+ *   7. A callback that makes, refreshes or removes an interface entry, or makes or removes a VLAN or
+ *      port-channel entry, while a table of entries is printed or all entries are flushed.
+ *   8. A callback that calls varn_init, varn_cleanup, varn_disable_cache or varn_restore_cache.
+ *
+ * Not looked at under 4 and 5: the callbacks of the tables, varn_is_enabled and the names of the
+ * memory types, which touch nothing that changes.
+ *
+ * What a callback may call
+ *
+ *   on_create             everything but 6 and 8. It may switch the cache off unless the call that
+ *                         makes the entry comes from another callback; the entry is then kept, and
+ *                         not given.
+ *   extn_decode,          everything but 6 and 8.
+ *   extn_free
+ *   debug_print,          the same, but during a flush of all entries what print may call.
+ *   debug_print_arg,      The traces and reports of what they call come to them too.
+ *   error_cb, error_print
+ *   print                 everything but 6, 7 and 8: queries of entries that are there and need no
+ *                         refresh, above all.
  */
 #ifndef VARN_H
 #define VARN_H
@@ -904,7 +937,8 @@ int32_t varn_update_l3_state(varn_l3_update_t *update);
 
 /*
  * Changes of single attributes. They create no entry. 1, or 0 while the cache is off or without an
- * entry; from varn_update_vlan 0 also when the VLAN is not cached and its service gives 0.
+ * entry; from varn_update_vlan 0 also when the VLAN is not cached and its service gives 0. A null
+ * `changed` says that nothing else changed.
  */
 uint32_t varn_update_switchport(int32_t iod);
 uint32_t varn_update_l2_bundle_state(const varn_l2_update_t *update);
@@ -937,7 +971,8 @@ uint32_t varn_update_aggsvc_fop(const varn_fop_update_t *update);
  * Dumps go piece by piece to varn.config.print with the caller's arg. Without that callback, or
  * with an arg of 0, nothing is printed. varn_print_global, which is also the first half of
  * varn_dump, and the printers of one given entry work while the cache is off; everything else
- * prints nothing then. The port-channel tables also need VARN_BIT_PC.
+ * prints nothing then. The port-channel tables also need VARN_BIT_PC. A null entry prints nothing; a
+ * null table prints as an empty one, and its statistics are reported as a failure.
  */
 void varn_print_global(uintptr_t arg); /* configuration, counters, hits and misses */
 void varn_dump(uintptr_t arg);         /* that, table statistics, iod bitmap */

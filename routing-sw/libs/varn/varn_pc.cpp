@@ -5,7 +5,6 @@
 // once. The table exists only when VARN_BIT_PC was cached at varn_init.
 //
 // Which of varn_enabled and the PC bit an operation asks differs on purpose from one to the next.
-#include <cassert>
 #include <cstddef>
 #include <cstring>
 
@@ -17,6 +16,7 @@
 #include "varn/attributes.h"
 #include "varn/memory.h"
 #include "varn/messages.h"
+#include "varn/misuse.h"
 #include "varn/print.h"
 
 using namespace ifcache;
@@ -39,7 +39,7 @@ void mark_all_dirty(varn_pc_entry_t &entry)
         dirty = 1;
 }
 
-varn_pc_entry_t *create(u32 pc_ifindex)
+varn_pc_entry_t *create_dirty(u32 pc_ifindex)
 {
     void *block = allocate(VARN_MEM_varn_pc_entry_t, sizeof(varn_pc_entry_t),
                            "../routing-sw/libs/varn/varn_pc", {"varn_pc_create_entry", __LINE__});
@@ -77,12 +77,27 @@ void print_pc_entry(uintptr_t arg, const void *entry)
 
 } // namespace
 
-uint32_t varn_pc_hash(const void *key, uint32_t num_buckets) { return key_of(key) % num_buckets; }
-const void *varn_pc_get_key(const void *entry) { return entry; }
-uint32_t varn_pc_keys_equal(const void *a, const void *b) { return key_of(a) == key_of(b); }
+uint32_t varn_pc_hash(const void *key, uint32_t num_buckets)
+{
+    MUST(RULE_NULL, key);
+    return key_of(key) % num_buckets;
+}
+
+const void *varn_pc_get_key(const void *entry)
+{
+    MUST(RULE_NULL, entry);
+    return entry;
+}
+
+uint32_t varn_pc_keys_equal(const void *key_a, const void *key_b)
+{
+    MUST(RULE_NULL, key_a && key_b);
+    return key_of(key_a) == key_of(key_b);
+}
 
 uint32_t varn_pc_table_init(void)
 {
+    VISIT();
     if (!is_cached(VARN_BIT_PC))
         return 1;
     if (ht_init(&varn.pc_table, 0, offsetof(varn_pc_entry_t, link), varn.config.num_buckets, 0.0,
@@ -93,16 +108,19 @@ uint32_t varn_pc_table_init(void)
     return 0;
 }
 
-varn_pc_entry_t *varn_pc_create_entry(uint32_t pc_ifindex, int create_missing)
+varn_pc_entry_t *varn_pc_create_entry(uint32_t pc_ifindex, int create)
 {
+    VISIT();
     if (!varn_enabled)
         return nullptr;
     varn_pc_entry_t *entry = find(pc_ifindex);
-    return entry || !create_missing ? entry : create(pc_ifindex);
+    return entry || !create ? entry : create_dirty(pc_ifindex);
 }
 
 uint32_t varn_pc_insert_entry(varn_pc_entry_t *entry)
 {
+    VISIT();
+    MUST(RULE_WALKING, !is_walking());
     if (!entry)
         return 0;
     if (ht_insert(&varn.pc_table, entry, 0))
@@ -113,6 +131,9 @@ uint32_t varn_pc_insert_entry(varn_pc_entry_t *entry)
 
 uint32_t varn_pc_delete_entry(varn_pc_entry_t *entry)
 {
+    VISIT();
+    MUST(RULE_WALKING, !is_walking());
+    MUST(RULE_WORKED, !is_worked_on(entry));
     if (!entry)
         return 0;
     if (!ht_remove_entry(&varn.pc_table, entry)) {
@@ -126,6 +147,7 @@ uint32_t varn_pc_delete_entry(varn_pc_entry_t *entry)
 
 uint32_t varn_pc_remove_entry_by_if_index(uint32_t pc_ifindex)
 {
+    VISIT();
     varn_pc_entry_t *entry = varn_enabled ? find(pc_ifindex) : nullptr;
     if (!entry)
         return 0;
@@ -135,6 +157,7 @@ uint32_t varn_pc_remove_entry_by_if_index(uint32_t pc_ifindex)
 
 uint32_t varn_pc_invalidate(uint32_t pc_ifindex)
 {
+    VISIT();
     if (!varn_enabled || !is_cached(VARN_BIT_PC))
         return 0;
     varn_pc_entry_t *entry = varn_pc_create_entry(pc_ifindex, 0);
@@ -153,6 +176,7 @@ uint32_t varn_pc_invalidate(uint32_t pc_ifindex)
 // Deliberate: varn_enabled is not asked, and the port-channel is named whatever became of it.
 uint32_t varn_pc_invalidate_entry_by_phy_if(uint32_t port_ifindex)
 {
+    VISIT();
     if (!is_cached(VARN_BIT_PC))
         return 0;
     uint8_t type = 0;
@@ -177,6 +201,8 @@ uint32_t varn_pc_invalidate_entry_by_phy_if(uint32_t port_ifindex)
 
 uint32_t varn_aggsvc_get_pc_mbr_ifidx_from_rbh(uint32_t pc_ifindex, uint8_t rbh, uint32_t *member)
 {
+    VISIT();
+    MUST(RULE_NULL, member);
     *member = 0;
     if (!is_cached(VARN_BIT_PC)) {
         ++varn.pc_misses;
@@ -190,7 +216,7 @@ uint32_t varn_aggsvc_get_pc_mbr_ifidx_from_rbh(uint32_t pc_ifindex, uint8_t rbh,
                "No Memory available for aggsvc entry ifindex 0x%x\n", pc_ifindex);
         return 1;
     }
-    assert(rbh < VARN_NUM_RBH);
+    MUST(RULE_RBH, rbh < VARN_NUM_RBH);
     if (!entry->rbh_dirty[rbh]) {
         ++varn.pc_hits;
         *member = entry->rbh_mbr_ifindex[rbh];
@@ -210,8 +236,10 @@ uint32_t varn_aggsvc_get_pc_mbr_ifidx_from_rbh(uint32_t pc_ifindex, uint8_t rbh,
 
 void varn_pc_entry_print(uintptr_t arg, const varn_pc_entry_t *entry)
 {
+    VISIT();
     if (!entry)
         return;
+    WORK_ON(entry);
     PRINT(arg, "Member Bundle-Port-distribution:\n");
     for (int rbh = 0; rbh < VARN_NUM_RBH; ++rbh) {
         if (entry->rbh_dirty[rbh])
@@ -225,12 +253,14 @@ void varn_pc_entry_print(uintptr_t arg, const varn_pc_entry_t *entry)
 
 void varn_pc_print(uintptr_t arg, uint32_t pc_ifindex)
 {
+    VISIT();
     if (varn_enabled && is_cached(VARN_BIT_PC))
         varn_pc_entry_print(arg, find(pc_ifindex));
 }
 
 void varn_pc_print_table(uintptr_t arg, ht_t *table)
 {
+    VISIT();
     if (!varn_enabled || !is_cached(VARN_BIT_PC))
         return;
     if (!print_entries(arg, table, print_pc_entry))
@@ -239,6 +269,7 @@ void varn_pc_print_table(uintptr_t arg, ht_t *table)
 
 void varn_pc_dump(uintptr_t arg)
 {
+    VISIT();
     if (!varn_enabled || !is_cached(VARN_BIT_PC))
         return;
     PRINT(arg, "PC table\n");

@@ -16,6 +16,7 @@
 #include "varn/index.h"
 #include "varn/memory.h"
 #include "varn/messages.h"
+#include "varn/misuse.h"
 #include "varn/print.h"
 
 using namespace ifcache;
@@ -118,6 +119,7 @@ void drop_stale_lif(int vlan)
     varn_if_entry_t *svi = iod ? find_by_iod(iod) : nullptr;
     if (!svi || ifcache::is_dirty(*svi, lif_attribute) || svi->lif == VARN_NO_LIF)
         return;
+    WORK_ON(svi);
     TRACE("Vlan %d deleted, removing stale lif entry for if-index 0x%x, iod %d, lif 0x%x\n", vlan,
           svi->if_index, svi->iod, svi->lif);
     varn_lif_delete_entry(svi);
@@ -149,12 +151,27 @@ void print_vlan_entry(uintptr_t arg, const void *entry)
 
 } // namespace
 
-uint32_t varn_vlan_hash(const void *key, uint32_t num_buckets) { return key_of(key) % num_buckets; }
-const void *varn_vlan_get_key(const void *entry) { return entry; }
-uint32_t varn_vlan_keys_equal(const void *a, const void *b) { return key_of(a) == key_of(b); }
+uint32_t varn_vlan_hash(const void *key, uint32_t num_buckets)
+{
+    MUST(RULE_NULL, key);
+    return key_of(key) % num_buckets;
+}
+
+const void *varn_vlan_get_key(const void *entry)
+{
+    MUST(RULE_NULL, entry);
+    return entry;
+}
+
+uint32_t varn_vlan_keys_equal(const void *key_a, const void *key_b)
+{
+    MUST(RULE_NULL, key_a && key_b);
+    return key_of(key_a) == key_of(key_b);
+}
 
 uint32_t varn_vlan_table_init(void)
 {
+    VISIT();
     if (!is_cached(VARN_BIT_VLAN))
         return 1;
     if (ht_init(&varn.vlan_table, 0, offsetof(varn_vlan_entry_t, link), varn.config.num_buckets,
@@ -168,8 +185,10 @@ uint32_t varn_vlan_table_init(void)
 // Deliberate: all or nothing; a step that succeeded beside one that failed is asked again.
 uint32_t varn_vlan_update_entry(varn_vlan_entry_t *entry)
 {
+    VISIT();
     if (!entry)
         return 0;
+    WORK_ON(entry);
     const vlan_key_t key = service_key(entry->vlan);
     const bool pvlan_is_good = refresh_pvlan(*entry, key);
     const bool bd_is_good = refresh_bd(*entry, key);
@@ -181,6 +200,7 @@ uint32_t varn_vlan_update_entry(varn_vlan_entry_t *entry)
 
 varn_vlan_entry_t *varn_vlan_create_entry_by_vlan(uint16_t vlan)
 {
+    VISIT();
     if (!varn_enabled)
         return nullptr;
     varn_vlan_entry_t *entry = find_vlan(vlan);
@@ -194,6 +214,8 @@ varn_vlan_entry_t *varn_vlan_create_entry_by_vlan(uint16_t vlan)
 
 uint32_t varn_vlan_insert_entry(varn_vlan_entry_t *entry)
 {
+    VISIT();
+    MUST(RULE_WALKING, !is_walking());
     if (!entry)
         return 0;
     if (ht_insert(&varn.vlan_table, entry, 0))
@@ -204,6 +226,9 @@ uint32_t varn_vlan_insert_entry(varn_vlan_entry_t *entry)
 
 uint32_t varn_vlan_delete_entry(varn_vlan_entry_t *entry)
 {
+    VISIT();
+    MUST(RULE_WALKING, !is_walking());
+    MUST(RULE_WORKED, !is_worked_on(entry));
     if (!entry)
         return 0;
     if (!ht_remove_entry(&varn.vlan_table, entry)) {
@@ -217,6 +242,7 @@ uint32_t varn_vlan_delete_entry(varn_vlan_entry_t *entry)
 
 uint32_t varn_vlan_remove_entry_by_vlan(int vlan)
 {
+    VISIT();
     if (!varn_enabled)
         return 0;
     drop_stale_lif(vlan);
@@ -229,6 +255,7 @@ uint32_t varn_vlan_remove_entry_by_vlan(int vlan)
 
 uint32_t varn_vlan_update_vlan(uint16_t vlan)
 {
+    VISIT();
     varn_vlan_entry_t *entry = varn_enabled ? find_vlan(vlan) : nullptr;
     if (!entry)
         return 0;
@@ -239,6 +266,7 @@ uint32_t varn_vlan_update_vlan(uint16_t vlan)
 // Deliberate: the mask replaces what was dirty; a flush of an interface adds to it.
 void varn_flush_vlan_entry(varn_vlan_entry_t *entry, uint32_t level)
 {
+    VISIT();
     if (entry)
         entry->dirty = flush_mask(level);
 }
@@ -247,6 +275,7 @@ void varn_flush_vlan_entry(varn_vlan_entry_t *entry, uint32_t level)
 // had.
 uint32_t varn_vlan_flush_vlan(uint16_t vlan, uint32_t level)
 {
+    VISIT();
     if (!varn_enabled)
         return 0;
     varn_flush_vlan_entry(varn_vlan_create_entry_by_vlan(vlan), level);
@@ -255,6 +284,7 @@ uint32_t varn_vlan_flush_vlan(uint16_t vlan, uint32_t level)
 
 uint32_t varn_vlan_flush_all(uint32_t level)
 {
+    VISIT();
     if (!varn_enabled)
         return 0;
     ht_iterator_t walk;
@@ -272,6 +302,8 @@ uint32_t varn_vlan_flush_all(uint32_t level)
 // Deliberate: from the cache the result is 0 also when the service failed.
 uint32_t varn_vlan_get_bd(vlan_key_t key, uint16_t *bd)
 {
+    VISIT();
+    MUST(RULE_NULL, bd);
     const u32 vlan = key.vlan;
     varn_vlan_entry_t *entry = is_cached(VARN_BIT_BD)
                                    ? varn_vlan_create_entry_by_vlan(static_cast<uint16_t>(vlan))
@@ -280,6 +312,7 @@ uint32_t varn_vlan_get_bd(vlan_key_t key, uint16_t *bd)
         ++varn.vlan_misses.bd;
         return vlan_get_bd(key, bd);
     }
+    WORK_ON(entry);
     if (is_dirty(*entry, VARN_BIT_BD)) {
         ++varn.vlan_misses.bd;
         if (const u32 code = vlan_get_bd(key, &entry->bd))
@@ -297,10 +330,13 @@ uint32_t varn_vlan_get_bd(vlan_key_t key, uint16_t *bd)
 // services failed.
 uint32_t varn_vlan_to_flood_di(uint16_t vlan, uint32_t *di, uint16_t *bd)
 {
+    VISIT();
+    MUST(RULE_NULL, di && bd);
     varn_vlan_entry_t *entry =
         is_cached(VARN_BIT_FINDEX) ? varn_vlan_create_entry_by_vlan(vlan) : nullptr;
     if (!entry)
         return ask_flood_di(vlan, di, bd);
+    WORK_ON(entry);
     if (is_dirty(*entry, VARN_BIT_FINDEX)) {
         const vlan_key_t key = service_key(vlan);
         ++varn.vlan_misses.bd;
@@ -324,6 +360,8 @@ uint32_t varn_vlan_to_flood_di(uint16_t vlan, uint32_t *di, uint16_t *bd)
 // the cached path's own question is not traced.
 uint32_t varn_pvlan_get_pvlan(int vlan, uint32_t *pvlan)
 {
+    VISIT();
+    MUST(RULE_NULL, pvlan);
     if (!is_cached(VARN_BIT_PVLAN)) {
         if (const u32 code = ask_pvlan(vlan, pvlan))
             TRACE("2 vlan_get_bd_and_primary_vlan ret0x%x vlan %d\n", code, vlan);
@@ -351,6 +389,7 @@ uint32_t varn_pvlan_get_pvlan(int vlan, uint32_t *pvlan)
 
 void varn_vlan_entry_print(uintptr_t arg, const varn_vlan_entry_t *entry)
 {
+    VISIT();
     if (!entry)
         return;
     PRINT(arg, "Entry(0x%p) - vlan %d, pvlan %d%s FI 0x%x%s BD 0x%x%s\n",
@@ -361,18 +400,21 @@ void varn_vlan_entry_print(uintptr_t arg, const varn_vlan_entry_t *entry)
 
 void varn_vlan_print(uintptr_t arg, uint16_t vlan)
 {
+    VISIT();
     if (varn_enabled)
         varn_vlan_entry_print(arg, find_vlan(vlan));
 }
 
 void varn_vlan_print_table(uintptr_t arg, ht_t *table)
 {
+    VISIT();
     if (varn_enabled && !print_entries(arg, table, print_vlan_entry))
         REPORT("varn_vlan_print_table", "Couldn't init iterator\n");
 }
 
 void varn_vlan_dump(uintptr_t arg)
 {
+    VISIT();
     if (!varn_enabled)
         return;
     PRINT(arg, "Vlan table\n");

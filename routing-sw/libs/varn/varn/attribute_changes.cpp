@@ -9,6 +9,7 @@
 #include "ifsvc.h"
 #include "index.h"
 #include "messages.h"
+#include "misuse.h"
 #include "scalars.h"
 #include "state_changes.h"
 
@@ -27,6 +28,7 @@ u32 as_iod(int32_t iod) { return static_cast<u32>(iod); }
 // Deliberate: sync is not looked at.
 uint32_t varn_update_switchport(int32_t iod)
 {
+    VISIT();
     if (!varn_enabled)
         return 0;
     TRACE("switchport update for interface %s (iod %d)\n", ifsvc_get_if_name(as_iod(iod)), iod);
@@ -39,6 +41,8 @@ uint32_t varn_update_switchport(int32_t iod)
 
 uint32_t varn_update_l2_bundle_state(const varn_l2_update_t *record)
 {
+    VISIT();
+    MUST(RULE_NULL, record);
     if (!varn_enabled)
         return 0;
     ++varn.l2_bundle_updates;
@@ -56,6 +60,8 @@ uint32_t varn_update_l2_bundle_state(const varn_l2_update_t *record)
 // Deliberate: the record says it all, no service is asked for the state.
 uint32_t varn_update_l3_bundle_state(const varn_l3_update_t *record)
 {
+    VISIT();
+    MUST(RULE_NULL, record);
     if (!varn_enabled)
         return 0;
     ++varn.l3_bundle_updates;
@@ -79,6 +85,8 @@ uint32_t varn_update_l3_bundle_state(const varn_l3_update_t *record)
 
 uint32_t varn_update_l3_param(const varn_l3_param_update_t *record, const bitset_t *changed)
 {
+    VISIT();
+    MUST(RULE_NULL, record);
     if (!varn_enabled)
         return 0;
     ++varn.l3_param_updates;
@@ -86,6 +94,7 @@ uint32_t varn_update_l3_param(const varn_l3_param_update_t *record, const bitset
     TRACE("Phy state update for interface %s (iod %d)\n", ifsvc_get_if_name(record->iod),
           record->iod);
     varn_if_entry_t *entry = find_by_iod(record->iod);
+    WORK_ON(entry);
     if (!entry)
         return 0;
     if (changed && bitset_is_bit_set(changed, VARN_L3_PARAM_MTU)) {
@@ -100,6 +109,7 @@ uint32_t varn_update_l3_param(const varn_l3_param_update_t *record, const bitset
 // Deliberate: both identifiers at once are refused in silence.
 int32_t varn_update_is_linkup_dirty_bit(int32_t iod, uint32_t if_index, int32_t set)
 {
+    VISIT();
     if (!varn_enabled || (iod && if_index))
         return -1;
     varn_if_entry_t *entry = iod ? find_by_iod(as_iod(iod)) : find_by_if(if_index);
@@ -120,6 +130,7 @@ int32_t varn_update_is_linkup_dirty_bit(int32_t iod, uint32_t if_index, int32_t 
 
 uint32_t varn_update_vlan(int32_t iod)
 {
+    VISIT();
     if (!varn_enabled)
         return 0;
     TRACE("vlan update for interface %s (iod %d)\n", ifsvc_get_if_name(as_iod(iod)), iod);
@@ -143,12 +154,15 @@ uint32_t varn_update_vlan(int32_t iod)
 // Deliberate: varn_enabled is not looked at, and the dirty bit is left alone.
 int32_t varn_update_router_mac(const varn_mac_update_t *record)
 {
+    VISIT();
+    MUST(RULE_NULL, record);
     if (!is_cached(mac_attribute))
         return -1;
     u32 iod = 0;
     if (varn_ifsvc_get_iod_frm_ifindex(record->if_index, &iod))
         iod = VARN_NO_IOD;
     varn_if_entry_t *entry = find_by_iod(iod);
+    WORK_ON(entry);
     if (!entry)
         return -1;
     TRACE("Interface %s (iod %d): entry 0x%x, state %d\n", ifsvc_get_if_name(iod), iod,
@@ -168,6 +182,7 @@ int32_t varn_update_router_mac(const varn_mac_update_t *record)
 // Deliberate: the dirty bit stays, and extn_free is not called.
 uint32_t varn_remove_extension0(int32_t iod)
 {
+    VISIT();
     if (!varn_enabled)
         return 0;
     varn_if_entry_t *entry = find_by_iod(as_iod(iod));

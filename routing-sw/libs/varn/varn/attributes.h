@@ -80,6 +80,10 @@ inline void count_miss(attribute a) { ++varn.misses[a.slot]; }
 inline void count_hit(attribute a) { ++varn.hits[a.slot]; }
 inline void count_update(attribute a) { ++varn.updates[a.slot]; }
 
+// The counters of one entry are one byte wide and wrap.
+inline void count_up(uint8_t &counter) { counter = static_cast<uint8_t>(counter + 1); }
+inline void count_down(uint8_t &counter) { counter = static_cast<uint8_t>(counter - 1); }
+
 } // namespace ifcache
 
 #endif

@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "index.h"
+#include "misuse.h"
 #include "print.h"
 
 #include "if_index.h"
@@ -102,6 +103,8 @@ void print_state(uintptr_t arg, const varn_if_entry_t &entry)
 // By hand, because a notification handler writes two of them whether they are read or not.
 const char *varn_format_mac(const uint8_t *mac)
 {
+    VISIT();
+    MUST(RULE_NULL, mac);
     constexpr char digits[] = "0123456789abcdef";
     char *text = mac_texts[mac_text_calls++ % num_mac_texts];
     char *at = text;
@@ -117,8 +120,10 @@ const char *varn_format_mac(const uint8_t *mac)
 
 void varn_if_entry_print(uintptr_t arg, const varn_if_entry_t *entry)
 {
+    VISIT();
     if (!entry)
         return;
+    WORK_ON(entry);
     print_identity(arg, *entry);
     print_values(arg, *entry);
     print_flags(arg, *entry);
@@ -129,32 +134,38 @@ void varn_if_entry_print(uintptr_t arg, const varn_if_entry_t *entry)
 
 void varn_if_print_iod(uintptr_t arg, uint32_t iod)
 {
+    VISIT();
     if (varn_enabled)
         varn_if_entry_print(arg, find_by_iod(iod));
 }
 
 void varn_if_print_table(uintptr_t arg, ht_t *table)
 {
+    VISIT();
     print_if_table("varn_if_print_table", arg, table);
 }
 
 void varn_iod_print_table(uintptr_t arg, ht_t *table)
 {
+    VISIT();
     print_if_table("varn_iod_print_table", arg, table);
 }
 
 void varn_pi_print_table(uintptr_t arg, ht_t *table)
 {
+    VISIT();
     print_if_table("varn_pi_print_table", arg, table);
 }
 
 void varn_lif_print_table(uintptr_t arg, ht_t *table)
 {
+    VISIT();
     print_if_table("varn_lif_print_table", arg, table);
 }
 
 void varn_print_stats(uintptr_t arg, ht_t *table)
 {
+    VISIT();
     if (!varn_enabled)
         return;
     ht_stats_t stats;
@@ -168,6 +179,7 @@ void varn_print_stats(uintptr_t arg, ht_t *table)
 
 void varn_dump_iod_bmp(uintptr_t arg)
 {
+    VISIT();
     if (!varn_enabled)
         return;
     PRINT(arg, "IOD Bitmap Dump:\n");
@@ -180,6 +192,7 @@ void varn_dump_iod_bmp(uintptr_t arg)
 
 void varn_dump(uintptr_t arg)
 {
+    VISIT();
     varn_print_global(arg);
     if (!varn_enabled)
         return;
@@ -196,6 +209,7 @@ void varn_dump(uintptr_t arg)
 
 void varn_if_dump(uintptr_t arg)
 {
+    VISIT();
     if (!varn_enabled)
         return;
     PRINT(arg, "If table\n");

@@ -8,7 +8,6 @@
 // The iod permission bitmap says for which iods an entry may be created at all.
 #include "entries.h"
 
-#include <cassert>
 #include <cerrno>
 #include <cstring>
 
@@ -19,6 +18,7 @@
 #include "memacct.h"
 #include "memory.h"
 #include "messages.h"
+#include "misuse.h"
 #include "syslog_backtrace.h"
 
 using namespace ifcache;
@@ -122,14 +122,17 @@ bool file_under_iod(varn_if_entry_t *entry, u32 iod)
 // From here on the entry is in the If table: what fails destroys it.
 varn_if_entry_t *complete(varn_if_entry_t *entry, u32 iod, uint8_t type)
 {
+    WORK_ON(entry);
     entry->if_type = type;
     mark_clean(*entry, if_type_attribute);
     if (is_dirty(*entry, iod_attribute) && !file_under_iod(entry, iod)) {
         varn_if_destroy_entry(entry);
         return nullptr;
     }
-    if (varn.config.on_create)
+    if (varn.config.on_create) {
+        CALL_ON_CREATE();
         varn.config.on_create(iod);
+    }
     if (!varn_if_update_entry(entry, 1)) {
         varn_if_destroy_entry(entry);
         return nullptr;
@@ -151,6 +154,7 @@ u32 destroy_found(varn_if_entry_t *entry)
 varn_if_entry_t *varn_if_create_entry_by_if(uint32_t if_index, uint32_t iod, uint32_t pi,
                                             uint32_t lif)
 {
+    VISIT();
     if (!varn_enabled)
         return nullptr;
     uint8_t type = 0;
@@ -165,6 +169,7 @@ varn_if_entry_t *varn_if_create_entry_by_if(uint32_t if_index, uint32_t iod, uin
         return nullptr;
 
     TRACE("If-create for if-index 0x%x, iod %d, pi 0x%x, lif 0x%x\n", if_index, iod, pi, lif);
+    MUST(RULE_WALKING, !is_walking());
     varn_if_entry_t *entry = allocate_entry(if_index, iod);
     if (!entry)
         return nullptr;
@@ -187,12 +192,14 @@ varn_if_entry_t *ifcache::create_missing_by_iod(u32 iod)
 
 varn_if_entry_t *varn_if_create_entry_by_iod(uint32_t iod)
 {
+    VISIT();
     varn_if_entry_t *entry = find_by_iod(iod);
     return entry ? entry : create_missing_by_iod(iod);
 }
 
 varn_if_entry_t *varn_if_create_entry_by_pi(uint32_t pi)
 {
+    VISIT();
     if (varn_if_entry_t *entry = find_by_pi(pi))
         return entry;
     u32 if_index = 0;
@@ -205,6 +212,7 @@ varn_if_entry_t *varn_if_create_entry_by_pi(uint32_t pi)
 
 varn_if_entry_t *varn_if_create_entry_by_lif(uint32_t lif)
 {
+    VISIT();
     if (varn_if_entry_t *entry = find_by_lif(lif))
         return entry;
     u32 if_index = 0;
@@ -229,13 +237,21 @@ COLD bool ifcache::freshen(varn_if_entry_t *entry, attribute a, uint64_t &refres
     return varn_if_update_entry(entry, 0);
 }
 
-varn_if_entry_t *varn_find_entry_by_iod(uint32_t iod) { return entry_of_iod(iod); }
+varn_if_entry_t *varn_find_entry_by_iod(uint32_t iod)
+{
+    VISIT();
+    return entry_of_iod(iod);
+}
 
 // The lookups ask only whether a table holds the key; the deletes take out this very entry.
 void varn_if_destroy_entry(varn_if_entry_t *entry)
 {
+    VISIT();
     if (!varn_enabled || !entry)
         return;
+    MUST(RULE_WALKING, !is_walking());
+    MUST(RULE_WORKED, !is_worked_on(entry));
+    WORK_ON(entry);
     TRACE("If-destroy for if-index 0x%x, iod %d, pi 0x%x, lif 0x%x\n", entry->if_index, entry->iod,
           entry->pi, entry->lif);
     if (is_cached(lif_attribute) && entry->lif != VARN_NO_LIF && find_by_lif(entry->lif))
@@ -251,15 +267,25 @@ void varn_if_destroy_entry(varn_if_entry_t *entry)
 
 uint32_t varn_if_remove_entry_by_if(uint32_t if_index)
 {
+    VISIT();
     return destroy_found(find_by_if(if_index));
 }
 
-uint32_t varn_if_remove_entry_by_pi(uint32_t pi) { return destroy_found(find_by_pi(pi)); }
+uint32_t varn_if_remove_entry_by_pi(uint32_t pi)
+{
+    VISIT();
+    return destroy_found(find_by_pi(pi));
+}
 
-uint32_t varn_if_remove_entry_by_lif(uint32_t lif) { return destroy_found(find_by_lif(lif)); }
+uint32_t varn_if_remove_entry_by_lif(uint32_t lif)
+{
+    VISIT();
+    return destroy_found(find_by_lif(lif));
+}
 
 uint32_t varn_if_remove_entry_by_iod(uint32_t iod)
 {
+    VISIT();
     if (!varn_enabled)
         return 0;
     varn_if_entry_t *entry = find_by_iod(iod);
@@ -270,7 +296,8 @@ uint32_t varn_if_remove_entry_by_iod(uint32_t iod)
 
 uint32_t varn_if_remove_entry_by_if_ext(uint32_t if_index, uint32_t iod, uint32_t allow)
 {
-    assert(iod < iodbmp_bits);
+    VISIT();
+    MUST(RULE_IOD, iod < iodbmp_bits);
     if (iod < iodbmp_bits) {
         const u32 bit = u32{1} << (iod % 32);
         u32 &word = varn_iodbmp[iod / 32];

@@ -8,6 +8,7 @@
 
 #include "entries.h"
 #include "ifsvc.h"
+#include "misuse.h"
 
 using namespace ifcache;
 
@@ -19,6 +20,7 @@ u32 key_of(unsigned k) { return k == 0 ? varn.config.uuid : varn.config.extn_uui
 
 u32 decoded(unsigned k, uintptr_t data, u32 size)
 {
+    CALL_OUT();
     return varn.config.extn_decode[k](reinterpret_cast<const void *>(data), size);
 }
 
@@ -55,6 +57,7 @@ varn_if_entry_t *read(u32 iod, unsigned k, asker ask)
         return nullptr;
     }
     if (is_dirty(*entry, extn)) {
+        WORK_ON(entry);
         count_miss(extn);
         entry->extn[k] = ask(*entry);
     } else {
@@ -132,35 +135,81 @@ void ifcache::mark_by_value(varn_if_entry_t &entry, unsigned k)
     entry.extn[k] ? mark_clean(entry, extn_attribute(k)) : mark_dirty(entry, extn_attribute(k));
 }
 
-uint32_t varn_ifsvc_get_extension(uint32_t iod, uint32_t key) { return get(iod, key, 0); }
-uint32_t varn_ifsvc_get_extension1(uint32_t iod, uint32_t key) { return get(iod, key, 1); }
-uint32_t varn_ifsvc_get_extension2(uint32_t iod, uint32_t key) { return get(iod, key, 2); }
-uint32_t varn_ifsvc_get_extension3(uint32_t iod, uint32_t key) { return get(iod, key, 3); }
+uint32_t varn_ifsvc_get_extension(uint32_t iod, uint32_t key)
+{
+    VISIT();
+    return get(iod, key, 0);
+}
 
-uint32_t varn_ifsvc_is_extension_set(uint32_t iod, uint32_t key) { return is_set(iod, key, 0); }
-uint32_t varn_ifsvc_is_extension1_set(uint32_t iod, uint32_t key) { return is_set(iod, key, 1); }
-uint32_t varn_ifsvc_is_extension2_set(uint32_t iod, uint32_t key) { return is_set(iod, key, 2); }
-uint32_t varn_ifsvc_is_extension3_set(uint32_t iod, uint32_t key) { return is_set(iod, key, 3); }
+uint32_t varn_ifsvc_get_extension1(uint32_t iod, uint32_t key)
+{
+    VISIT();
+    return get(iod, key, 1);
+}
+
+uint32_t varn_ifsvc_get_extension2(uint32_t iod, uint32_t key)
+{
+    VISIT();
+    return get(iod, key, 2);
+}
+
+uint32_t varn_ifsvc_get_extension3(uint32_t iod, uint32_t key)
+{
+    VISIT();
+    return get(iod, key, 3);
+}
+
+uint32_t varn_ifsvc_is_extension_set(uint32_t iod, uint32_t key)
+{
+    VISIT();
+    return is_set(iod, key, 0);
+}
+
+uint32_t varn_ifsvc_is_extension1_set(uint32_t iod, uint32_t key)
+{
+    VISIT();
+    return is_set(iod, key, 1);
+}
+
+uint32_t varn_ifsvc_is_extension2_set(uint32_t iod, uint32_t key)
+{
+    VISIT();
+    return is_set(iod, key, 2);
+}
+
+uint32_t varn_ifsvc_is_extension3_set(uint32_t iod, uint32_t key)
+{
+    VISIT();
+    return is_set(iod, key, 3);
+}
 
 uint32_t varn_ifsvc_set_extension(uint32_t iod, uint32_t, uint32_t value)
 {
+    VISIT();
     return set(iod, 0, value);
 }
+
 uint32_t varn_ifsvc_set_extension1(uint32_t iod, uint32_t, uint32_t value)
 {
+    VISIT();
     return set(iod, 1, value);
 }
+
 uint32_t varn_ifsvc_set_extension2(uint32_t iod, uint32_t, uint32_t value)
 {
+    VISIT();
     return set(iod, 2, value);
 }
+
 uint32_t varn_ifsvc_set_extension3(uint32_t iod, uint32_t, uint32_t value)
 {
+    VISIT();
     return set(iod, 3, value);
 }
 
 uint32_t varn_ifsvc_update_private_data(uint32_t iod, uint32_t, uint32_t value, uint32_t size)
 {
+    VISIT();
     if (!is_answered_by_iod(extn_attribute(0)) || !varn.config.extn_decode[0])
         return 1;
     varn_if_entry_t *entry = entry_of_iod(iod);
@@ -173,6 +222,8 @@ uint32_t varn_ifsvc_update_private_data(uint32_t iod, uint32_t, uint32_t value, 
 
 uintptr_t varn_ifsvc_get_private_data(uint32_t iod, uint32_t key, uint32_t *size)
 {
+    VISIT();
+    MUST(RULE_NULL, size);
     const bool has_decoder = varn.config.extn_decode[0];
     if (!has_decoder) {
         count_miss(extn_attribute(0));

@@ -8,6 +8,7 @@
 
 #include "aggsvc.h"
 #include "ifsvc.h"
+#include "misuse.h"
 
 namespace
 {
@@ -19,6 +20,7 @@ uint8_t source_mac[6];
 
 const uint8_t *varn_get_if_src_mac_addr(uint32_t iod)
 {
+    VISIT();
     std::memset(source_mac, 0, sizeof source_mac);
     ifsvc_get_if_src_mac_addr(iod, source_mac);
     return source_mac;

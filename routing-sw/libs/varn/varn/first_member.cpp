@@ -6,6 +6,7 @@
 #include "fetches.h"
 #include "ifsvc.h"
 #include "messages.h"
+#include "misuse.h"
 #include "state_changes.h"
 
 using namespace ifcache;
@@ -62,6 +63,8 @@ u32 create_with_member(u32 pc_ifindex, u32 new_member)
 
 uint32_t varn_update_aggsvc_fop(const varn_fop_update_t *record)
 {
+    VISIT();
+    MUST(RULE_NULL, record);
     if (!varn_enabled)
         return 0;
     ++varn.aggsvc_updates;
@@ -89,6 +92,8 @@ uint32_t varn_update_aggsvc_fop(const varn_fop_update_t *record)
 // Deliberate: varn_enabled is not asked here, though the creator of entries asks it.
 uint32_t varn_aggsvc_get_fop(uint32_t pc_ifindex, uint32_t *member)
 {
+    VISIT();
+    MUST(RULE_NULL, member);
     varn_if_entry_t *entry = is_cached(aggsvc_if_attribute) ? entry_of_if(pc_ifindex) : nullptr;
     if (entry && !is_dirty(*entry, aggsvc_if_attribute) && entry->aggsvc_if) {
         count_hit(aggsvc_if_attribute);

@@ -12,6 +12,7 @@
 
 #include "memacct.h"
 #include "messages.h"
+#include "misuse.h"
 #include "syslog_backtrace.h"
 
 using namespace ifcache;
@@ -68,7 +69,7 @@ u32 insert(const index &in, varn_if_entry_t *entry, complaint complain)
         ++(varn.*in.counters).insert_fail;
         return 0;
     }
-    ++entry->ref_count;
+    count_up(entry->ref_count);
     ++(varn.*in.counters).inserts;
     return 1;
 }
@@ -83,7 +84,7 @@ u32 remove(const index &from, varn_if_entry_t *entry, complaint complain)
         ++(varn.*from.counters).remove_fail;
         return 0;
     }
-    --entry->ref_count;
+    count_down(entry->ref_count);
     ++(varn.*from.counters).removes;
     entry->*from.key = from.absent;
     return 1;
@@ -91,8 +92,10 @@ u32 remove(const index &from, varn_if_entry_t *entry, complaint complain)
 
 void release(varn_if_entry_t *entry)
 {
-    if (varn.config.extn_free && entry->extn[0])
+    if (varn.config.extn_free && entry->extn[0]) {
+        CALL_OUT();
         varn.config.extn_free(entry->extn[0]);
+    }
     std::memset(static_cast<void *>(entry), released_poison, sizeof *entry);
     memacct_free(entry);
     ++varn.if_frees;
@@ -101,33 +104,82 @@ void release(varn_if_entry_t *entry)
 } // namespace
 
 // Deliberate: the fixed prime ignores the bucket count.
-uint32_t varn_if_hash(const void *key, uint32_t) { return key_of(key) % if_hash_prime; }
-const void *varn_if_get_key(const void *entry) { return &entry_of(entry).if_index; }
-uint32_t varn_if_keys_equal(const void *a, const void *b) { return keys_equal(a, b); }
+uint32_t varn_if_hash(const void *key, uint32_t)
+{
+    MUST(RULE_NULL, key);
+    return key_of(key) % if_hash_prime;
+}
+
+const void *varn_if_get_key(const void *entry)
+{
+    MUST(RULE_NULL, entry);
+    return &entry_of(entry).if_index;
+}
+
+uint32_t varn_if_keys_equal(const void *key_a, const void *key_b)
+{
+    MUST(RULE_NULL, key_a && key_b);
+    return keys_equal(key_a, key_b);
+}
 
 uint32_t varn_iod_hash(const void *key, uint32_t num_buckets)
 {
+    MUST(RULE_NULL, key);
     return key_modulo(key, num_buckets);
 }
-const void *varn_iod_get_key(const void *entry) { return &entry_of(entry).iod; }
-uint32_t varn_iod_keys_equal(const void *a, const void *b) { return keys_equal(a, b); }
+
+const void *varn_iod_get_key(const void *entry)
+{
+    MUST(RULE_NULL, entry);
+    return &entry_of(entry).iod;
+}
+
+uint32_t varn_iod_keys_equal(const void *key_a, const void *key_b)
+{
+    MUST(RULE_NULL, key_a && key_b);
+    return keys_equal(key_a, key_b);
+}
 
 uint32_t varn_pi_hash(const void *key, uint32_t num_buckets)
 {
+    MUST(RULE_NULL, key);
     return key_modulo(key, num_buckets);
 }
-const void *varn_pi_get_key(const void *entry) { return &entry_of(entry).pi; }
-uint32_t varn_pi_keys_equal(const void *a, const void *b) { return keys_equal(a, b); }
+
+const void *varn_pi_get_key(const void *entry)
+{
+    MUST(RULE_NULL, entry);
+    return &entry_of(entry).pi;
+}
+
+uint32_t varn_pi_keys_equal(const void *key_a, const void *key_b)
+{
+    MUST(RULE_NULL, key_a && key_b);
+    return keys_equal(key_a, key_b);
+}
 
 uint32_t varn_lif_hash(const void *key, uint32_t num_buckets)
 {
+    MUST(RULE_NULL, key);
     return key_modulo(key, num_buckets);
 }
-const void *varn_lif_get_key(const void *entry) { return &entry_of(entry).lif; }
-uint32_t varn_lif_keys_equal(const void *a, const void *b) { return keys_equal(a, b); }
+
+const void *varn_lif_get_key(const void *entry)
+{
+    MUST(RULE_NULL, entry);
+    return &entry_of(entry).lif;
+}
+
+uint32_t varn_lif_keys_equal(const void *key_a, const void *key_b)
+{
+    MUST(RULE_NULL, key_a && key_b);
+    return keys_equal(key_a, key_b);
+}
 
 uint32_t varn_if_insert_entry(varn_if_entry_t *entry)
 {
+    VISIT();
+    MUST(RULE_WALKING, !is_walking());
     return insert(if_index, entry, [entry] {
         REPORT("varn_if_insert_entry", "Failed to add varn entry for if-index 0x%x\n",
                entry->if_index);
@@ -136,6 +188,8 @@ uint32_t varn_if_insert_entry(varn_if_entry_t *entry)
 
 uint32_t varn_iod_insert_entry(varn_if_entry_t *entry)
 {
+    VISIT();
+    MUST(RULE_WALKING, !is_walking());
     const u32 inserted = insert(iod_index, entry, [entry] {
         REPORT("varn_iod_insert_entry", "Failed to add iod entry for if 0x%x, iod %d\n",
                entry->if_index, entry->iod);
@@ -147,6 +201,8 @@ uint32_t varn_iod_insert_entry(varn_if_entry_t *entry)
 
 uint32_t varn_pi_insert_entry(varn_if_entry_t *entry)
 {
+    VISIT();
+    MUST(RULE_WALKING, !is_walking());
     return insert(pi_index, entry, [entry] {
         REPORT("varn_pi_insert_entry", "Failed to add pi entry for if 0x%x, iod %d, pi 0x%x\n",
                entry->if_index, entry->iod, entry->pi);
@@ -155,6 +211,8 @@ uint32_t varn_pi_insert_entry(varn_if_entry_t *entry)
 
 uint32_t varn_lif_insert_entry(varn_if_entry_t *entry)
 {
+    VISIT();
+    MUST(RULE_WALKING, !is_walking());
     return insert(lif_index, entry, [entry] {
         REPORT("varn_lif_insert_entry", "Failed to add lif entry for if 0x%x, iod %d, lif 0x%x\n",
                entry->if_index, entry->iod, entry->lif);
@@ -163,6 +221,8 @@ uint32_t varn_lif_insert_entry(varn_if_entry_t *entry)
 
 uint32_t varn_iod_delete_entry(varn_if_entry_t *entry)
 {
+    VISIT();
+    MUST(RULE_WALKING, !is_walking());
     const u32 iod = entry ? entry->iod : VARN_NO_IOD;
     const u32 removed = remove(iod_index, entry, [entry] {
         // Deliberate: no blank behind the semicolon, unlike the two below.
@@ -177,6 +237,8 @@ uint32_t varn_iod_delete_entry(varn_if_entry_t *entry)
 
 uint32_t varn_pi_delete_entry(varn_if_entry_t *entry)
 {
+    VISIT();
+    MUST(RULE_WALKING, !is_walking());
     return remove(pi_index, entry, [entry] {
         REPORT("varn_pi_delete_entry",
                "Failed to del pi entry for if 0x%x, iod %d, pi 0x%x; possible leak?\n",
@@ -186,6 +248,8 @@ uint32_t varn_pi_delete_entry(varn_if_entry_t *entry)
 
 uint32_t varn_lif_delete_entry(varn_if_entry_t *entry)
 {
+    VISIT();
+    MUST(RULE_WALKING, !is_walking());
     return remove(lif_index, entry, [entry] {
         REPORT("varn_lif_delete_entry",
                "Failed to del lif entry for if 0x%x, iod %d, lif 0x%x; possible leak?\n",
@@ -195,6 +259,10 @@ uint32_t varn_lif_delete_entry(varn_if_entry_t *entry)
 
 uint32_t varn_if_delete_entry(varn_if_entry_t *entry)
 {
+    VISIT();
+    MUST(RULE_WALKING, !is_walking());
+    MUST(RULE_WORKED, !is_worked_on(entry));
+    WORK_ON(entry);
     if (!entry)
         return 0;
     if (!ht_remove_entry(&varn.if_table, entry)) {
@@ -203,7 +271,8 @@ uint32_t varn_if_delete_entry(varn_if_entry_t *entry)
         ++varn.if_index.remove_fail;
         return 0;
     }
-    if (--entry->ref_count != 0) {
+    count_down(entry->ref_count);
+    if (entry->ref_count != 0) {
         // Deliberate: not freed, because another table still leads to it.
         REPORT("varn_if_delete_entry", "Failed to delete entry for if 0x%x: ref-cnt !0?\n",
                entry->if_index);

@@ -10,6 +10,7 @@
 #include "memacct.h"
 #include "memory.h"
 #include "messages.h"
+#include "misuse.h"
 
 using namespace ifcache;
 
@@ -78,9 +79,12 @@ bool make_interface_tables()
 
 uint32_t varn_init(const varn_config_t *config)
 {
+    ENTER();
+    MUST(RULE_SWITCHED, may_start());
     if (!config)
         return 0;
     const varn_config_t given = *config; // it may be the library's own copy
+    CLEANED_UP(false);
     std::memset(varn_iodbmp, 0xFF, sizeof varn_iodbmp);
     std::memset(&varn, 0, sizeof varn);
     clear_directory();
@@ -99,6 +103,9 @@ uint32_t varn_init(const varn_config_t *config)
 // Deliberate: the PC table, the entries and varn_enabled are left alone.
 uint32_t varn_cleanup(void)
 {
+    ENTER();
+    MUST(RULE_SWITCHED, may_start());
+    CLEANED_UP(true);
     ht_cleanup(&varn.lif_table);
     ht_cleanup(&varn.pi_table);
     ht_cleanup(&varn.iod_table);
@@ -110,6 +117,8 @@ uint32_t varn_cleanup(void)
 
 void varn_disable_cache(void)
 {
+    VISIT();
+    MUST(RULE_SWITCHED, may_switch());
     if (!varn_enabled)
         return;
     varn_do_sync = static_cast<uint32_t>(varn.config.sync & low_half);
@@ -120,6 +129,8 @@ void varn_disable_cache(void)
 // Deliberate: the high half of sync does not come back.
 void varn_restore_cache(void)
 {
+    VISIT();
+    MUST(RULE_SWITCHED, may_switch());
     if (varn_enabled)
         return;
     varn.config.sync = varn_do_sync;
@@ -130,17 +141,21 @@ uint32_t varn_is_enabled(void) { return varn_enabled; }
 
 void varn_set_print(varn_print_arg_fn print, uintptr_t arg)
 {
+    VISIT();
     varn_attr_set_debug_print_arg(print, arg);
 }
 
 void varn_attr_set_debug_print_arg(varn_print_arg_fn print, uintptr_t arg)
 {
+    VISIT();
     varn.config.debug_print_arg = print;
     varn.config.debug_arg = arg;
 }
 
 void varn_attr_get_debug_print_arg(varn_print_arg_fn *print, uintptr_t *arg)
 {
+    VISIT();
+    MUST(RULE_NULL, print && arg);
     *print = varn.config.debug_print_arg;
     *arg = varn.config.debug_arg;
 }

@@ -11,6 +11,7 @@
 #include <cstdio>
 
 #include "memacct.h"
+#include "misuse.h"
 
 namespace
 {
@@ -41,6 +42,7 @@ const char *__varn_mem_type_t_find(uint32_t value)
 
 uint32_t __varn_mem_type_t_str2enum(const char *name)
 {
+    MUST(RULE_NULL, name);
     for (const memory_type *type = memory_types; *type->name; ++type)
         if (strcasecmp(type->name, name) == 0)
             return type->value;

@@ -15,6 +15,7 @@
 #include <cstdio>
 
 #include "../varn.h"
+#include "misuse.h"
 
 namespace ifcache
 {
@@ -36,6 +37,7 @@ void write_history(log_kind kind, const char *format, ...);
 template <class... values>
 void report(site at, const char *format, values... v)
 {
+    CALL_OUT();
     std::snprintf(varn_print_str, sizeof varn_print_str, format, v...);
     if (varn_error_cb == 1 && varn.config.error_cb)
         varn.config.error_cb(varn.config.error_arg, "%s:%d: %s\n", at.function, at.line,
@@ -48,6 +50,7 @@ void report(site at, const char *format, values... v)
 template <class... values>
 void trace(const char *format, values... v)
 {
+    CALL_OUT();
     if (varn.config.debug_print_arg)
         varn.config.debug_print_arg(varn.config.debug_arg, format, v...);
     else if (varn.config.debug_print)

@@ -8,6 +8,7 @@
 #include "attributes.h"
 #include "ht.h"
 #include "messages.h"
+#include "misuse.h"
 
 namespace ifcache
 {
@@ -33,8 +34,10 @@ bool print_entries(uintptr_t arg, ht_t *table, void (*print)(uintptr_t arg, cons
 #define PRINT(arg, ...)                                                                            \
     do {                                                                                           \
         CHECK_FORMAT(__VA_ARGS__);                                                                 \
-        if (ifcache::can_print(arg))                                                               \
+        if (ifcache::can_print(arg)) {                                                             \
+            CALL_OUT();                                                                            \
             varn.config.print((arg), __VA_ARGS__);                                                 \
+        }                                                                                          \
     } while (0)
 
 #endif

@@ -19,6 +19,7 @@
 #include "if_index.h"
 #include "ifsvc.h"
 #include "index.h"
+#include "misuse.h"
 #include "scalars.h"
 #include "supvr.h"
 
@@ -153,38 +154,101 @@ u32 name_position;
 
 // ---- One number: the road
 
-uint32_t varn_ifsvc_is_linkup(uint32_t iod) { return cached<linkup>(iod); }
-uint32_t varn_ifsvc_is_protoup(uint32_t iod) { return cached<protoup>(iod); }
-uint32_t varn_ifsvc_is_switchport(uint32_t iod) { return cached<switchport>(iod); }
-uint32_t varn_ifsvc_is_switching_enabled_on_iod(uint32_t iod) { return cached<switching>(iod); }
-uint32_t varn_ifsvc_is_ethernet(uint32_t iod) { return cached<ethernet>(iod); }
-uint32_t varn_ifsvc_is_vlan(uint32_t iod) { return cached<is_vlan>(iod); }
-uint32_t varn_ifsvc_is_null0(uint32_t iod) { return cached<null0>(iod); }
-uint32_t varn_ifsvc_is_native_p2p(uint32_t iod) { return cached<p2p>(iod); }
-uint32_t varn_ifsvc_is_loopback(uint32_t iod) { return cached<loopback>(iod); }
-uint32_t varn_ifsvc_is_mvpn_tunnel(uint32_t iod) { return cached<mvpn>(iod); }
-uint32_t varn_ifsvc_get_if_mtu(uint32_t iod) { return cached<mtu>(iod); }
-uint32_t varn_ifsvc_get_if_encaptype(uint32_t iod) { return cached<encap>(iod); }
+uint32_t varn_ifsvc_is_linkup(uint32_t iod)
+{
+    VISIT();
+    return cached<linkup>(iod);
+}
+
+uint32_t varn_ifsvc_is_protoup(uint32_t iod)
+{
+    VISIT();
+    return cached<protoup>(iod);
+}
+
+uint32_t varn_ifsvc_is_switchport(uint32_t iod)
+{
+    VISIT();
+    return cached<switchport>(iod);
+}
+
+uint32_t varn_ifsvc_is_switching_enabled_on_iod(uint32_t iod)
+{
+    VISIT();
+    return cached<switching>(iod);
+}
+
+uint32_t varn_ifsvc_is_ethernet(uint32_t iod)
+{
+    VISIT();
+    return cached<ethernet>(iod);
+}
+
+uint32_t varn_ifsvc_is_vlan(uint32_t iod)
+{
+    VISIT();
+    return cached<is_vlan>(iod);
+}
+
+uint32_t varn_ifsvc_is_null0(uint32_t iod)
+{
+    VISIT();
+    return cached<null0>(iod);
+}
+
+uint32_t varn_ifsvc_is_native_p2p(uint32_t iod)
+{
+    VISIT();
+    return cached<p2p>(iod);
+}
+
+uint32_t varn_ifsvc_is_loopback(uint32_t iod)
+{
+    VISIT();
+    return cached<loopback>(iod);
+}
+
+uint32_t varn_ifsvc_is_mvpn_tunnel(uint32_t iod)
+{
+    VISIT();
+    return cached<mvpn>(iod);
+}
+
+uint32_t varn_ifsvc_get_if_mtu(uint32_t iod)
+{
+    VISIT();
+    return cached<mtu>(iod);
+}
+
+uint32_t varn_ifsvc_get_if_encaptype(uint32_t iod)
+{
+    VISIT();
+    return cached<encap>(iod);
+}
 
 // ---- Read off the type
 
 uint32_t varn_ifsvc_is_gre_tunnel(uint32_t iod)
 {
+    VISIT();
     return is_of_type(iod, IF_INDEX_TYPE_GRE, ifsvc_is_gre_tunnel);
 }
 
 uint32_t varn_ifsvc_is_super_802_3ad(uint32_t iod)
 {
+    VISIT();
     return is_of_type(iod, IF_INDEX_TYPE_PC, ifsvc_is_super_802_3ad);
 }
 
 uint32_t varn_ifsvc_is_cbus(uint32_t iod)
 {
+    VISIT();
     return is_of_type(iod, IF_INDEX_TYPE_CBUS, ifsvc_is_cbus);
 }
 
 uint32_t varn_ifsvc_is_mgmtether(uint32_t iod)
 {
+    VISIT();
     return is_of_type(iod, IF_INDEX_TYPE_MGMT, ifsvc_is_mgmtether);
 }
 
@@ -192,29 +256,43 @@ uint32_t varn_ifsvc_is_mgmtether(uint32_t iod)
 
 uint32_t varn_ifsvc_is_dci_tunnel(uint32_t iod)
 {
+    VISIT();
     ++varn.misses[VARN_SLOT_IS_DCI_TUNNEL];
     return ifsvc_is_dci_tunnel(iod);
 }
 
 uint32_t varn_ifsvc_is_dci_overlay(uint32_t iod)
 {
+    VISIT();
     ++varn.misses[VARN_SLOT_IS_DCI_OVERLAY];
     return ifsvc_is_dci_overlay(iod);
 }
 
-uint32_t varn_ifsvc_is_6to4_tunnel(uint32_t iod) { return ifsvc_is_6to4_tunnel(iod); }
-uint32_t varn_ifsvc_is_mpls_tunnel(uint32_t iod) { return ifsvc_is_mpls_tunnel(iod); }
+uint32_t varn_ifsvc_is_6to4_tunnel(uint32_t iod)
+{
+    VISIT();
+    return ifsvc_is_6to4_tunnel(iod);
+}
+
+uint32_t varn_ifsvc_is_mpls_tunnel(uint32_t iod)
+{
+    VISIT();
+    return ifsvc_is_mpls_tunnel(iod);
+}
 
 // ---- MAC address
 
 const uint8_t *varn_ifsvc_get_if_mac_addr(uint32_t iod)
 {
+    VISIT();
     const varn_if_entry_t *entry = entry_with_mac(iod);
     return entry ? entry->mac : varn_get_if_src_mac_addr(iod);
 }
 
 uint32_t varn_ifsvc_is_if_mac_addr(uint32_t iod, const uint8_t *mac)
 {
+    VISIT();
+    MUST(RULE_NULL, mac);
     const varn_if_entry_t *entry = entry_with_mac(iod);
     if (!entry)
         return ifsvc_is_if_mac_addr(iod, mac);
@@ -225,6 +303,7 @@ uint32_t varn_ifsvc_is_if_mac_addr(uint32_t iod, const uint8_t *mac)
 
 uint32_t varn_ifsvc_get_if_vlanid(uint32_t iod)
 {
+    VISIT();
     const varn_if_entry_t *entry = hit_at_hand(iod, vlan_attribute);
     if (!entry)
         entry = vlan_not_at_hand(iod);
@@ -234,6 +313,8 @@ uint32_t varn_ifsvc_get_if_vlanid(uint32_t iod)
 // Deliberate: the cache answers 1 also when the service had failed.
 uint32_t varn_ifsvc_get_vlan_info(uint32_t iod, varn_vlan_info_t *info, uint32_t *port_mode)
 {
+    VISIT();
+    MUST(RULE_NULL, info && port_mode);
     const varn_if_entry_t *entry = hit_at_hand(iod, vlan_attribute);
     if (!entry)
         entry = vlan_info_not_at_hand(iod);
@@ -251,6 +332,7 @@ uint32_t varn_ifsvc_get_vlan_info(uint32_t iod, varn_vlan_info_t *info, uint32_t
 // if-index.
 const char *varn_ifsvc_get_if_name(uint32_t iod)
 {
+    VISIT();
     const varn_if_entry_t *entry = entry_if_cached(iod, name_attribute);
     if (!entry) {
         count_miss(name_attribute);
@@ -267,6 +349,8 @@ const char *varn_ifsvc_get_if_name(uint32_t iod)
 
 uint32_t varn_ifsvc_get_ifindex_frm_iod(uint32_t iod, uint32_t *if_index)
 {
+    VISIT();
+    MUST(RULE_NULL, if_index);
     if (iod == VARN_NO_IOD) {
         *if_index = 0;
         return 0;
@@ -281,6 +365,8 @@ uint32_t varn_ifsvc_get_ifindex_frm_iod(uint32_t iod, uint32_t *if_index)
 // Unlike the other queries this one creates no entry.
 uint32_t varn_ifsvc_get_iod_frm_ifindex(uint32_t if_index, uint32_t *iod)
 {
+    VISIT();
+    MUST(RULE_NULL, iod);
     varn_if_entry_t *entry = is_cached(iod_attribute) ? find_by_if(if_index) : nullptr;
     if (!entry) {
         count_miss(iod_attribute);
@@ -294,6 +380,7 @@ uint32_t varn_ifsvc_get_iod_frm_ifindex(uint32_t if_index, uint32_t *iod)
 
 uint32_t varn_ifsvc_is_iod_svi(uint32_t iod)
 {
+    VISIT();
     u32 if_index = 0;
     if (iod == VARN_NO_IOD || varn_ifsvc_get_ifindex_frm_iod(iod, &if_index))
         return 0;
@@ -302,6 +389,7 @@ uint32_t varn_ifsvc_is_iod_svi(uint32_t iod)
 
 uint32_t varn_ifsvc_get_svi_iod_for_vlan(uint16_t vlan, uint32_t arg)
 {
+    VISIT();
     u32 if_index = 0;
     u32 iod = 0;
     if (if_index_vlan_port_init(&if_index, vlan, arg) ||

@@ -15,6 +15,7 @@
 #include "index.h"
 #include "lifsvc.h"
 #include "messages.h"
+#include "misuse.h"
 #include "scalars.h"
 
 using namespace ifcache;
@@ -34,7 +35,7 @@ bool has_kept_its_iod(varn_if_entry_t &entry)
     REPORT("varn_if_update_entry",
            "If->iod mapping changed for if-index 0x%x, entry->iod=%d, iod=%d, err: 0x%x\n",
            entry.if_index, entry.iod, iod, code);
-    ++entry.iod_remaps;
+    count_up(entry.iod_remaps);
     varn_if_remove_entry_by_iod(iod);
     ++varn.iod_remaps;
     return false;
@@ -59,7 +60,7 @@ void drop_pi_link(varn_if_entry_t &holder, varn_if_entry_t &refreshed)
 {
     varn_pi_delete_entry(&holder);
     ++varn.pi_remaps;
-    ++refreshed.pi_remaps;
+    count_up(refreshed.pi_remaps);
 }
 
 void file_under_pi(varn_if_entry_t &entry, u32 pi)
@@ -79,6 +80,7 @@ void move_to_pi(varn_if_entry_t &entry, u32 pi)
 {
     varn_if_entry_t *other = pi == VARN_NO_PI ? nullptr : find_by_pi(pi);
     if (other && other != &entry) {
+        WORK_ON(other);
         TRACE(
             "Removing stale pi entry for if-index 0x%x, iod %d, pi 0x%x  for if-index 0x%x, iod %d\n",
             other->if_index, other->iod, pi, entry.if_index, entry.iod);
@@ -126,7 +128,7 @@ void drop_lif_link(varn_if_entry_t &holder, varn_if_entry_t &refreshed)
 {
     varn_lif_delete_entry(&holder);
     ++varn.lif_remaps;
-    ++refreshed.lif_remaps;
+    count_up(refreshed.lif_remaps);
 }
 
 void file_under_lif(varn_if_entry_t &entry, u32 lif)
@@ -147,6 +149,7 @@ void move_to_lif(varn_if_entry_t &entry, u32 lif)
 {
     varn_if_entry_t *other = lif == VARN_NO_LIF ? nullptr : find_by_lif(lif);
     if (other && other != &entry) {
+        WORK_ON(other);
         TRACE(
             "Removing stale lif entry for if-index 0x%x, iod %d, lif 0x%x  for if-index 0x%x, iod %d\n",
             other->if_index, other->iod, lif, entry.if_index, entry.iod);
@@ -273,8 +276,11 @@ void refresh_values(varn_if_entry_t &entry, uint8_t type)
 
 uint32_t varn_if_update_entry(varn_if_entry_t *entry, uint32_t is_new)
 {
+    VISIT();
     if (!varn_enabled || !entry)
         return 0;
+    MUST(RULE_WALKING, !is_walking());
+    WORK_ON(entry);
     TRACE("Varn-update for if-index 0x%x, iod %d\n", entry->if_index, entry->iod);
     uint8_t type = 0;
     if (if_index_get_type(entry->if_index, &type)) {
@@ -294,6 +300,7 @@ uint32_t varn_if_update_entry(varn_if_entry_t *entry, uint32_t is_new)
 
 uint32_t varn_if_update_if(uint32_t if_index)
 {
+    VISIT();
     varn_if_entry_t *entry = varn_enabled ? find_by_if(if_index) : nullptr;
     if (!entry)
         return 0;

@@ -12,6 +12,7 @@
 #include "ifsvc.h"
 #include "index.h"
 #include "messages.h"
+#include "misuse.h"
 #include "scalars.h"
 
 using namespace ifcache;
@@ -148,12 +149,15 @@ void ifcache::take_l2_values(varn_if_entry_t &entry, const varn_l2_update_t &rec
 
 uint32_t varn_update_phy_state(const varn_phy_update_t *record)
 {
+    VISIT();
+    MUST(RULE_NULL, record);
     if (!varn_enabled)
         return 0;
     ++varn.phy_updates;
     if (is_cached(VARN_BIT_PC))
         varn_pc_invalidate_entry_by_phy_if(record->if_index);
     varn_if_entry_t *entry = find_by_iod(record->iod);
+    WORK_ON(entry);
     TRACE("Interface %s (iod %d): entry 0x%x, state %d\n", ifsvc_get_if_name(record->iod),
           record->iod, low_word(entry), record->state);
     if (record->state == phy_gone) {
@@ -176,6 +180,8 @@ uint32_t varn_update_phy_state(const varn_phy_update_t *record)
 
 int32_t varn_update_l2_state(const varn_l2_update_t *record)
 {
+    VISIT();
+    MUST(RULE_NULL, record);
     if (!varn_enabled)
         return -1;
     // Deliberate: counted before the checks, unlike L3.
@@ -199,6 +205,8 @@ int32_t varn_update_l2_state(const varn_l2_update_t *record)
 
 int32_t varn_update_l3_state(varn_l3_update_t *record)
 {
+    VISIT();
+    MUST(RULE_NULL, record);
     if (!varn_enabled)
         return -1;
     uint8_t type = 0;

@@ -3,6 +3,7 @@
 // The global dump: configuration masks, counters, and the table of hits, misses and updates. It
 // does not ask whether the cache is on. The rows stand in the order in which they are printed,
 // which is neither that of the bits nor that of the slots; slots 28 and 31 have no row.
+#include "misuse.h"
 #include "print.h"
 
 using namespace ifcache;
@@ -17,12 +18,12 @@ struct statistics_row {
     const uint64_t *hits, *misses, *updates;
 };
 
-constexpr statistics_row of_slot(const char *label, unsigned slot)
+consteval statistics_row of_slot(const char *label, unsigned slot)
 {
     return {label, &varn.hits[slot], &varn.misses[slot], &varn.updates[slot]};
 }
 
-constexpr statistics_row of_vlan(const char *label, uint64_t varn_vlan_counters_t::*field)
+consteval statistics_row of_vlan(const char *label, uint64_t varn_vlan_counters_t::*field)
 {
     return {label, &(varn.vlan_hits.*field), &(varn.vlan_misses.*field),
             &(varn.vlan_updates.*field)};
@@ -128,8 +129,10 @@ void print_statistics(uintptr_t arg)
 {
     PRINT(arg, "\t\tHits\tMisses\tUpdates\n");
     for (const statistics_row &row : statistics_rows) {
-        if (can_print(arg))
+        if (can_print(arg)) {
+            CALL_OUT();
             varn.config.print(arg, row.label, number{*row.hits});
+        }
         PRINT(arg, "%llu\t", number{*row.misses});
         PRINT(arg, "%llu\n", number{*row.updates});
     }
@@ -140,6 +143,7 @@ void print_statistics(uintptr_t arg)
 // Every piece asks for the callback: once it is gone, nothing more is printed.
 void varn_print_global(uintptr_t arg)
 {
+    VISIT();
     const varn_config_t &config = varn.config;
     // Deliberate: no line end, the allocations follow on the same line.
     PRINT(arg, "sync 0x%016llx, crit: 0x%016llx, med: 0x%016llx, low: 0x%016llx, once: 0x%016llx",

@@ -11,6 +11,7 @@
 #include "ifsvc.h"
 #include "lifsvc.h"
 #include "messages.h"
+#include "misuse.h"
 #include "scalars.h"
 
 using namespace ifcache;
@@ -93,6 +94,7 @@ u32 ask_services(u32 pi, const l2_outputs &out)
 void fetch_private_data(varn_if_entry_t &entry)
 {
     const uintptr_t data = ifsvc_get_private_data(entry.iod, varn.config.uuid, &entry.extn_size[0]);
+    CALL_OUT();
     entry.extn[0] =
         varn.config.extn_decode[0]
             ? varn.config.extn_decode[0](reinterpret_cast<const void *>(data), entry.extn_size[0])
@@ -119,6 +121,7 @@ void update_if_dirty(const scalar &row, varn_if_entry_t &entry)
 
 void read_l2_info(varn_if_entry_t &entry, const l2_outputs &out)
 {
+    WORK_ON(&entry);
     *out.if_index = entry.if_index;
     *out.iod = entry.iod;
     refresh_flag(linkup, entry);
@@ -140,6 +143,8 @@ void read_l2_info(varn_if_entry_t &entry, const l2_outputs &out)
 
 uint32_t varn_idxsvc_lib_ifidx_to_di(int32_t if_index, uint32_t *di)
 {
+    VISIT();
+    MUST(RULE_NULL, di);
     varn_if_entry_t *entry = entry_or_miss(pi_attribute, entry_of_if, if_index);
     if (!entry)
         return idxsvc_lib_ifidx_to_di(if_index, di);
@@ -151,6 +156,8 @@ uint32_t varn_idxsvc_lib_ifidx_to_di(int32_t if_index, uint32_t *di)
 
 uint32_t varn_idxsvc_lib_si_to_ifidx(int32_t si, uint32_t *if_index)
 {
+    VISIT();
+    MUST(RULE_NULL, if_index);
     varn_if_entry_t *entry = entry_or_miss(pi_attribute, entry_of_pi, si);
     if (!entry)
         return idxsvc_lib_si_to_ifidx(si, if_index);
@@ -162,6 +169,8 @@ uint32_t varn_idxsvc_lib_si_to_ifidx(int32_t si, uint32_t *if_index)
 
 uint32_t varn_lifsvc_query_lif_to_ifindex(int32_t lif, uint32_t *if_index)
 {
+    VISIT();
+    MUST(RULE_NULL, if_index);
     varn_if_entry_t *entry = entry_or_miss(lif_attribute, entry_of_lif, lif);
     if (!entry)
         return lifsvc_query_lif_to_ifindex(lif, if_index);
@@ -174,6 +183,8 @@ uint32_t varn_lifsvc_query_lif_to_ifindex(int32_t lif, uint32_t *if_index)
 // Deliberate: an answer from the cache does not write the output.
 uint32_t varn_lifsvc_query_ifindex_to_lif(int32_t if_index, uint32_t *lif)
 {
+    VISIT();
+    MUST(RULE_NULL, lif);
     varn_if_entry_t *entry = entry_or_miss(lif_attribute, entry_of_if, if_index);
     if (!entry)
         return lifsvc_query_ifindex_to_lif(if_index, lif);
@@ -183,6 +194,8 @@ uint32_t varn_lifsvc_query_ifindex_to_lif(int32_t if_index, uint32_t *lif)
 // Deliberate: the cache knows two port modes and overwrites what the service gave.
 uint32_t varn_portsvc_gldb_get_ifindex_port_mode(uint32_t if_index, uint32_t *port_mode)
 {
+    VISIT();
+    MUST(RULE_NULL, port_mode);
     varn_if_entry_t *entry =
         entry_or_miss(ips_attribute, entry_of_if, static_cast<int32_t>(if_index));
     if (!entry)
@@ -203,6 +216,9 @@ uint32_t varn_get_if_l2_info_by_pi(uint32_t pi, uint32_t *if_index, uint32_t *io
                                    uint32_t *is_switchport, uint32_t *is_switching,
                                    uint32_t *is_protoup, uint32_t *private_data)
 {
+    VISIT();
+    MUST(RULE_NULL, if_index && iod && is_linkup && encap_type && is_switchport && is_switching &&
+                        is_protoup && private_data);
     const l2_outputs out{if_index,      iod,          is_linkup,  encap_type,
                          is_switchport, is_switching, is_protoup, private_data};
     if (!varn_enabled) {
