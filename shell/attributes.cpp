@@ -30,8 +30,9 @@ std::string direct_name(u32 iod) { return ifsvc_get_if_name(iod); }
 
 std::string vlan_text(u32 answer, const vlan_key_t &info, u32 mode)
 {
-    return answer == 1 ? fmt::format("vinst {} vlan {} mode 0x{:x}", info.vinst, info.vlan, mode)
-                       : "none";
+    return answer == 1
+               ? fmt::format("vinst {} vlan {} mode 0x{:x}", u32{info.vinst}, u32{info.vlan}, mode)
+               : "none";
 }
 
 std::string cached_vlan_info(u32 iod)

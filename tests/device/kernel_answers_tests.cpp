@@ -192,13 +192,13 @@ TEST_F(KernelAnswers, SayThatAPortIsInNoPortChannelAndAPortIsNone)
     aggsvc_pc_for_port_t membership = {};
     membership.pc_ifindex = 5;
     EXPECT_EQ(aggsvc_get_pc_for_port(if_index_of("port0"), &membership), 0u);
-    EXPECT_EQ(membership.pc_ifindex, 0u);
+    EXPECT_EQ(uint32_t{membership.pc_ifindex}, 0u);
 
     aggsvc_pc_info_t info = {};
     info.pc_ifindex = if_index_of("port0");
     info.first_operational_mbr = 7;
     EXPECT_EQ(aggsvc_get_pc_info(&info), VARN_DEVICE_E_NO_VALUE);
-    EXPECT_EQ(info.first_operational_mbr, 7u);
+    EXPECT_EQ(uint32_t{info.first_operational_mbr}, 7u);
 }
 
 TEST_F(KernelAnswers, HaveNoAccessVlanWithoutOne)
@@ -227,7 +227,7 @@ TEST_F(KernelAnswers, PutPortsIntoTheVlansThatTheBridgeShows)
     if (!filters) {
         EXPECT_EQ(sh("bridge -j vlan show dev leaf0"), "[]\n");
         EXPECT_EQ(answer(), VARN_DEVICE_E_NO_VALUE);
-        EXPECT_EQ(info.vlan, 9u);
+        EXPECT_EQ(uint32_t{info.vlan}, 9u);
         return;
     }
     // The VLAN 1 that every port begins in stays beside the new one, without being its PVID.
