@@ -1,9 +1,9 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
-# The unit suite, the faults, the clients in C and a short run of the model on a big-endian machine and on ARM,
-# both emulated, one beside the other. Only what is run is built. The device's runtime is left out: its tests
-# limit the address space and look at when processes began, and the emulator has neither.
-# usage: cross.sh [s390x] [aarch64]     (both)
+# The unit suite, the faults, the clients in C and a short run of the model with 32-bit pointers, on a big-endian
+# machine and on ARM, the last two emulated, one beside the other. Only what is run is built. The device's runtime is
+# left out: its tests limit the address space and look at when processes began, and the emulator has neither.
+# usage: cross.sh [m32] [s390x] [aarch64]     (all)
 set -eu
 cd "$(dirname "$0")/.."
 programs='unit_tests fault_tests model_tests c_client scripted_device_c_client'
@@ -36,7 +36,7 @@ if [ "${1:-}" = --one ]; then
     run_suites "$2" "$3"
     exit
 fi
-[ $# -gt 0 ] || set -- s390x aarch64
+[ $# -gt 0 ] || set -- m32 s390x aarch64
 jobs=$(($(nproc) / $#))
 running=''
 trap 'for pair in $running; do kill -- "-${pair#*:}" 2>/dev/null || true; done' EXIT

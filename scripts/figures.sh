@@ -157,6 +157,7 @@ figure 'reports of the address and undefined sanitizers' '0' sanitizers 's/^coun
 figure 'reports of the integer sanitizer' '0' integers 's/^count: //p'
 figure 'findings of static analysis (four programs)' '0' analysis 's/^count: //p'
 figure 'what is wrong with the built library' '0' binary 's/^count: //p'
+figure '32 bits' 'all' cross 's/^m32: \([0-9].*\)/\1/p'
 figure 'big-endian, emulated' 'all' cross 's/^s390x: \([0-9].*\)/\1/p'
 figure '64-bit ARM, emulated' 'all' cross 's/^aarch64: \([0-9].*\)/\1/p'
 figure 'rounds in random order under load' 'all' flakes 's/^rounds in random order.*: //p'
