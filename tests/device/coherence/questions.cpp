@@ -20,7 +20,6 @@
 #include "lifsvc.h"
 #include "supvr.h"
 #include "varn.h"
-#include "wire.h"
 
 namespace coherence
 {
@@ -154,12 +153,12 @@ answer direct_is_svi(const asked &what)
 
 answer cached_svi_of_vlan(const asked &what)
 {
-    return number(varn_ifsvc_get_svi_iod_for_vlan(what.vlan, wire::vinst));
+    return number(varn_ifsvc_get_svi_iod_for_vlan(what.vlan, supvr_vinst_get()));
 }
 
 answer direct_svi_of_vlan(const asked &what)
 {
-    return number(ifsvc_get_svi_iod_for_vlan(wire::vinst, what.vlan));
+    return number(ifsvc_get_svi_iod_for_vlan(supvr_vinst_get(), what.vlan));
 }
 
 // ---- Extensions and private data
