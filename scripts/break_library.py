@@ -184,7 +184,8 @@ KINDS = {"constant": constants, "condition": conditions, "operator": operators, 
 
 
 def is_code(code):
-    return code.strip() and not code.lstrip().startswith(("#", "//", "/*", "*"))
+    """What probes tell is no part of the behaviour: tests/field looks at it."""
+    return code.strip() and not code.lstrip().startswith(("#", "//", "/*", "*", "PROBE_"))
 
 
 class Break:
@@ -214,7 +215,7 @@ def is_plain_statement(code):
 
 
 # Counting, marking and what looks at the caller change places unseen by anybody.
-CALL = re.compile(r"\s+(?=\S)(?!\+\+|--|count_|mark_|constexpr|const |~|VISIT|ENTER|MUST|WORK_ON|CALL_|CLEANED_)"
+CALL = re.compile(r"\s+(?=\S)(?!\+\+|--|count_|mark_|constexpr|const |~|VISIT|ENTER|MUST|PROBE_|WORK_ON|CALL_|CLEANED_)"
                   r"[^(]*\w\(.*\);$")
 
 
@@ -245,7 +246,7 @@ def chosen_breaks(sources, count, seed):
     being long. The public header is left out: the tests are compiled against it."""
     by_kind = {}
     for file, lines in sources.items():
-        if file == "varn.h":
+        if file in ("varn.h", "varn/probes.h"):
             continue
         for each in breaks_of(file, lines):
             by_kind.setdefault(each.kind, {}).setdefault((file, each.row), []).append(each)

@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: Apache-2.0
 # How the release library is built: its relocations are read-only before the first call of it, its stack is
 # not executable, its text is not relocated, its buffers are guarded, its writes into them are checked, and
-# no object of it has a constructor. None of it stands on the way of a hit.
+# no object of it has a constructor. None of it stands on the way of a hit, where a probe is one nop. It has
+# the probes that docs/operations.md tells of, each with three arguments.
 # usage: check_binary.sh BUILD_DIR
 set -eu
 build=$(realpath "$1")
@@ -39,4 +40,14 @@ objdump -d --no-show-raw-insn "$library" |
     awk '/^[0-9a-f]+ <varn_ifsvc_is_linkup>:$/ { inside = 1; next } /^[0-9a-f]+ </ { inside = 0 } inside' >"$work/query"
 [ -s "$work/query" ] || wrong "varn_ifsvc_is_linkup is not there"
 if grep -qE '__stack_chk_fail|%fs:' "$work/query"; then wrong "the stack guard stands on the way of a hit"; fi
+[ "$(grep -c '[[:space:]]nop[lw]*$' "$work/query")" = 1 ] || wrong "not one nop on the way of a hit"
+
+# "name number-of-arguments" of each kind of probe. Without the header <sys/sdt.h> a build has none.
+readelf -nW "$library" | awk '
+    /Provider:/ { provider = $NF }
+    /Name:/ { name = $2 }
+    /Arguments:/ { print provider ":" name, NF - 1 }' | sort -u >"$work/probes"
+printf 'varn:%s 3\n' destroy hit miss notification refresh >"$work/wanted"
+diff "$work/wanted" "$work/probes" >"$work/difference" ||
+    { cat "$work/difference"; wrong "not the five probes"; }
 exit $status

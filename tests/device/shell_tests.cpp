@@ -394,6 +394,38 @@ TEST_F(Shell, WritesMetricsThatAStrictParserReads)
     EXPECT_TRUE(text.ends_with("\n# EOF\n"));
 }
 
+// Each number that the metrics have in common with the statistics, told by both at one moment; and
+// each family says what it is.
+TEST_F(Shell, WritesInItsMetricsWhatItsStatisticsSay)
+{
+    const finished shown = varnsh("! true\nquery mtu port0; query linkup leaf0; stale port0 mtu\n"
+                                  "query mtu port0; disable; query mtu port0; restore\n"
+                                  "query protoup port1; stats --json; metrics");
+    const finished compared = run(
+        {"/usr/bin/python3", "-c",
+         "import json, sys\n"
+         "from prometheus_client.openmetrics.parser import text_string_to_metric_families as read\n"
+         "text = sys.stdin.read()\n"
+         "stats, end = json.JSONDecoder().raw_decode(text, text.index('{'))\n"
+         "families = {f.name: f for f in read(text[end:].lstrip())}\n"
+         "print('untold:', [f.name for f in families.values() if not f.documentation])\n"
+         "def values(name, label):\n"
+         "    return {s.labels[label]: int(s.value) for s in families[name].samples}\n"
+         "for kind in ('hits', 'misses', 'updates'):\n"
+         "    said = {name: row[kind] for name, row in stats['attributes'].items()}\n"
+         "    print(kind, values('varn_cache_' + kind, 'attribute') == said, sum(said.values()) > 0)\n"
+         "print('tables', values('varn_cache_entries', 'table') == stats['tables'])\n"
+         "for kind in ('made', 'removed'):\n"
+         "    said = {name: row[kind] for name, row in stats['entries'].items()}\n"
+         "    print(kind, values('varn_cache_entries_' + kind, 'kind') == said)\n"
+         "print('notices', values('varn_notices', 'notice') == stats['notices'])\n"
+         "print('requests', families['varn_requests'].samples[0].value == stats['requests'])\n"},
+        shown.out);
+    EXPECT_EQ(compared.out, "untold: []\nhits True True\nmisses True True\nupdates True True\n"
+                            "tables True\nmade True\nremoved True\nnotices True\nrequests True\n")
+        << compared.err << shown.out;
+}
+
 TEST_F(Shell, EscapesWhatHasAMeaningInMetrics)
 {
     const std::string odd = folder + "/a\"b\\c";

@@ -206,6 +206,7 @@ uint32_t varn_aggsvc_get_pc_mbr_ifidx_from_rbh(uint32_t pc_ifindex, uint8_t rbh,
     *member = 0;
     if (!is_cached(VARN_BIT_PC)) {
         ++varn.pc_misses;
+        PROBE_MISS(VARN_BIT_PC, pc_ifindex, nullptr);
         return ask_member(pc_ifindex, rbh, member);
     }
     varn_pc_entry_t *entry = varn_pc_create_entry(pc_ifindex, 1);
@@ -219,10 +220,12 @@ uint32_t varn_aggsvc_get_pc_mbr_ifidx_from_rbh(uint32_t pc_ifindex, uint8_t rbh,
     MUST(RULE_RBH, rbh < VARN_NUM_RBH);
     if (!entry->rbh_dirty[rbh]) {
         ++varn.pc_hits;
+        PROBE_HIT(VARN_BIT_PC, entry->pc_ifindex, entry);
         *member = entry->rbh_mbr_ifindex[rbh];
         return 0;
     }
     ++varn.pc_misses;
+    PROBE_MISS(VARN_BIT_PC, pc_ifindex, entry);
     if (ask_member(pc_ifindex, rbh, member))
         return 1;
     // Deliberate: a member of 0 is an answer here.

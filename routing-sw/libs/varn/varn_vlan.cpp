@@ -111,6 +111,20 @@ varn_vlan_entry_t *create(uint16_t vlan)
     return entry;
 }
 
+// The entry of a VLAN, created where it was missing and refreshed where it was dirty, or null.
+inline varn_vlan_entry_t *entry_of_vlan(uint16_t vlan)
+{
+    if (!varn_enabled)
+        return nullptr;
+    varn_vlan_entry_t *entry = find_vlan(vlan);
+    if (entry && entry->dirty == 0)
+        return entry;
+    if (!entry)
+        entry = create(vlan);
+    varn_vlan_update_entry(entry);
+    return entry;
+}
+
 // The interface of a VLAN that went away keeps its entry but not its place in the Lif table.
 // Deliberate: with lifs not cached the line is traced and the bit cleaned, and nothing is removed.
 void drop_stale_lif(int vlan)
@@ -133,6 +147,7 @@ void drop_stale_lif(int vlan)
 u32 ask_flood_di(uint16_t vlan, u32 *di, uint16_t *bd)
 {
     ++varn.vlan_misses.bd;
+    PROBE_MISS(VARN_BIT_FINDEX, u32{vlan}, nullptr);
     varn_vlan_get_bd(service_key(vlan), bd);
     return idxsvc_lib_bd_to_di(*bd, di);
 }
@@ -140,6 +155,7 @@ u32 ask_flood_di(uint16_t vlan, u32 *di, uint16_t *bd)
 u32 ask_pvlan(int vlan, u32 *pvlan)
 {
     ++varn.vlan_misses.pvlan;
+    PROBE_MISS(VARN_BIT_PVLAN, static_cast<u32>(vlan), nullptr);
     uint16_t bd = 0;
     return vlan_get_bd_and_primary_vlan(service_key(static_cast<u32>(vlan)), &bd, pvlan);
 }
@@ -201,15 +217,7 @@ uint32_t varn_vlan_update_entry(varn_vlan_entry_t *entry)
 varn_vlan_entry_t *varn_vlan_create_entry_by_vlan(uint16_t vlan)
 {
     VISIT();
-    if (!varn_enabled)
-        return nullptr;
-    varn_vlan_entry_t *entry = find_vlan(vlan);
-    if (entry && entry->dirty == 0)
-        return entry;
-    if (!entry)
-        entry = create(vlan);
-    varn_vlan_update_entry(entry);
-    return entry;
+    return entry_of_vlan(vlan);
 }
 
 uint32_t varn_vlan_insert_entry(varn_vlan_entry_t *entry)
@@ -305,22 +313,24 @@ uint32_t varn_vlan_get_bd(vlan_key_t key, uint16_t *bd)
     VISIT();
     MUST(RULE_NULL, bd);
     const u32 vlan = key.vlan;
-    varn_vlan_entry_t *entry = is_cached(VARN_BIT_BD)
-                                   ? varn_vlan_create_entry_by_vlan(static_cast<uint16_t>(vlan))
-                                   : nullptr;
+    varn_vlan_entry_t *entry =
+        is_cached(VARN_BIT_BD) ? entry_of_vlan(static_cast<uint16_t>(vlan)) : nullptr;
     if (!entry) {
         ++varn.vlan_misses.bd;
+        PROBE_MISS(VARN_BIT_BD, vlan, nullptr);
         return vlan_get_bd(key, bd);
     }
     WORK_ON(entry);
     if (is_dirty(*entry, VARN_BIT_BD)) {
         ++varn.vlan_misses.bd;
+        PROBE_MISS(VARN_BIT_BD, vlan, entry);
         if (const u32 code = vlan_get_bd(key, &entry->bd))
             TRACE("varn_vlan_get_bd: bad rv 0x%x for vlan %d\n", code, vlan);
         else
             mark_clean(*entry, VARN_BIT_BD);
     } else {
         ++varn.vlan_hits.bd;
+        PROBE_HIT(VARN_BIT_BD, entry->vlan, entry);
     }
     *bd = entry->bd;
     return 0;
@@ -340,6 +350,7 @@ uint32_t varn_vlan_to_flood_di(uint16_t vlan, uint32_t *di, uint16_t *bd)
     if (is_dirty(*entry, VARN_BIT_FINDEX)) {
         const vlan_key_t key = service_key(vlan);
         ++varn.vlan_misses.bd;
+        PROBE_MISS(VARN_BIT_FINDEX, u32{vlan}, entry);
         const u32 bd_code = vlan_get_bd(key, &entry->bd);
         // Deliberate: asked whatever the first one gave, unlike in the refresh.
         const u32 di_code = idxsvc_lib_bd_to_di(entry->bd, &entry->flood_di);
@@ -350,6 +361,7 @@ uint32_t varn_vlan_to_flood_di(uint16_t vlan, uint32_t *di, uint16_t *bd)
             mark_clean(*entry, VARN_BIT_FINDEX);
     } else {
         ++varn.vlan_hits.bd;
+        PROBE_HIT(VARN_BIT_FINDEX, entry->vlan, entry);
     }
     *di = entry->flood_di;
     *bd = entry->bd;
@@ -375,11 +387,13 @@ uint32_t varn_pvlan_get_pvlan(int vlan, uint32_t *pvlan)
     }
     if (is_dirty(*entry, VARN_BIT_PVLAN)) {
         ++varn.vlan_misses.pvlan;
+        PROBE_MISS(VARN_BIT_PVLAN, static_cast<u32>(vlan), entry);
         const vlan_key_t key = service_key(static_cast<u32>(vlan));
         if (!vlan_get_bd_and_primary_vlan(key, &entry->bd, &entry->pvlan))
             mark_clean(*entry, VARN_BIT_PVLAN);
     } else {
         ++varn.vlan_hits.pvlan;
+        PROBE_HIT(VARN_BIT_PVLAN, entry->vlan, entry);
     }
     *pvlan = entry->pvlan;
     return 0;

@@ -31,6 +31,7 @@ uint32_t varn_update_switchport(int32_t iod)
     VISIT();
     if (!varn_enabled)
         return 0;
+    PROBE_NOTIFICATION("varn_update_switchport", as_iod(iod), u32{0});
     TRACE("switchport update for interface %s (iod %d)\n", ifsvc_get_if_name(as_iod(iod)), iod);
     varn_if_entry_t *entry = find_by_iod(as_iod(iod));
     if (!entry)
@@ -46,6 +47,7 @@ uint32_t varn_update_l2_bundle_state(const varn_l2_update_t *record)
     if (!varn_enabled)
         return 0;
     ++varn.l2_bundle_updates;
+    PROBE_NOTIFICATION("varn_update_l2_bundle_state", record->iod, record->if_index);
     TRACE("L2 bundle phy state update for interface %s (iod %d)\n", ifsvc_get_if_name(record->iod),
           record->iod);
     varn_if_entry_t *entry = find_by_iod(record->iod);
@@ -65,6 +67,7 @@ uint32_t varn_update_l3_bundle_state(const varn_l3_update_t *record)
     if (!varn_enabled)
         return 0;
     ++varn.l3_bundle_updates;
+    PROBE_NOTIFICATION("varn_update_l3_bundle_state", record->iod, record->if_index);
     TRACE("L3 bundle phy state update for interface %s (iod %d)\n", ifsvc_get_if_name(record->iod),
           record->iod);
     varn_if_entry_t *entry = find_by_iod(record->iod);
@@ -90,6 +93,7 @@ uint32_t varn_update_l3_param(const varn_l3_param_update_t *record, const bitset
     if (!varn_enabled)
         return 0;
     ++varn.l3_param_updates;
+    PROBE_NOTIFICATION("varn_update_l3_param", record->iod, u32{0});
     // Deliberate: the line speaks of phy state.
     TRACE("Phy state update for interface %s (iod %d)\n", ifsvc_get_if_name(record->iod),
           record->iod);
@@ -112,6 +116,7 @@ int32_t varn_update_is_linkup_dirty_bit(int32_t iod, uint32_t if_index, int32_t 
     VISIT();
     if (!varn_enabled || (iod && if_index))
         return -1;
+    PROBE_NOTIFICATION("varn_update_is_linkup_dirty_bit", as_iod(iod), if_index);
     varn_if_entry_t *entry = iod ? find_by_iod(as_iod(iod)) : find_by_if(if_index);
     if (!entry) {
         // Deliberate: the leading blank.
@@ -133,6 +138,7 @@ uint32_t varn_update_vlan(int32_t iod)
     VISIT();
     if (!varn_enabled)
         return 0;
+    PROBE_NOTIFICATION("varn_update_vlan", as_iod(iod), u32{0});
     TRACE("vlan update for interface %s (iod %d)\n", ifsvc_get_if_name(as_iod(iod)), iod);
     varn_if_entry_t *entry = find_by_iod(as_iod(iod));
     if (!entry)
@@ -158,6 +164,7 @@ int32_t varn_update_router_mac(const varn_mac_update_t *record)
     MUST(RULE_NULL, record);
     if (!is_cached(mac_attribute))
         return -1;
+    PROBE_NOTIFICATION("varn_update_router_mac", VARN_NO_IOD, record->if_index);
     u32 iod = 0;
     if (varn_ifsvc_get_iod_frm_ifindex(record->if_index, &iod))
         iod = VARN_NO_IOD;
@@ -185,6 +192,7 @@ uint32_t varn_remove_extension0(int32_t iod)
     VISIT();
     if (!varn_enabled)
         return 0;
+    PROBE_NOTIFICATION("varn_remove_extension0", as_iod(iod), u32{0});
     varn_if_entry_t *entry = find_by_iod(as_iod(iod));
     if (!entry) {
         TRACE("Varn remove failed for Interface with iod %d\n", iod);

@@ -12,6 +12,7 @@
 #include <cstdint>
 
 #include "../varn.h"
+#include "probes.h"
 
 namespace ifcache
 {
@@ -76,8 +77,20 @@ inline uint64_t flush_mask(u32 option)
     }
 }
 
-inline void count_miss(attribute a) { ++varn.misses[a.slot]; }
-inline void count_hit(attribute a) { ++varn.hits[a.slot]; }
+// What was asked about: an iod, or where that is not known the number that was asked with. A miss
+// without an entry has a null one.
+inline void count_miss(attribute a, const u32 &of, const varn_if_entry_t *entry)
+{
+    ++varn.misses[a.slot];
+    PROBE_MISS(a.bit, of, entry);
+}
+
+inline void count_hit(attribute a, const u32 &of, const varn_if_entry_t *entry)
+{
+    ++varn.hits[a.slot];
+    PROBE_HIT(a.bit, of, entry);
+}
+
 inline void count_update(attribute a) { ++varn.updates[a.slot]; }
 
 // The counters of one entry are one byte wide and wrap.

@@ -232,7 +232,7 @@ varn_if_entry_t *ifcache::entry_of_if(u32 if_index)
 
 COLD bool ifcache::freshen(varn_if_entry_t *entry, attribute a, uint64_t &refreshes)
 {
-    count_miss(a);
+    count_miss(a, entry->iod, entry);
     ++refreshes;
     return varn_if_update_entry(entry, 0);
 }
@@ -252,6 +252,7 @@ void varn_if_destroy_entry(varn_if_entry_t *entry)
     MUST(RULE_WALKING, !is_walking());
     MUST(RULE_WORKED, !is_worked_on(entry));
     WORK_ON(entry);
+    PROBE_DESTROY(entry, entry->iod, entry->if_index);
     TRACE("If-destroy for if-index 0x%x, iod %d, pi 0x%x, lif 0x%x\n", entry->if_index, entry->iod,
           entry->pi, entry->lif);
     if (is_cached(lif_attribute) && entry->lif != VARN_NO_LIF && find_by_lif(entry->lif))

@@ -38,7 +38,7 @@ inline varn_if_entry_t *hit_at_hand(u32 iod, attribute a)
     varn_if_entry_t *entry = entry_at_hand(iod, a);
     if (!entry || is_dirty(*entry, a))
         return nullptr;
-    count_hit(a);
+    count_hit(a, iod, entry);
     return entry;
 }
 
@@ -60,7 +60,7 @@ inline bool is_fresh(varn_if_entry_t *entry, attribute a, uint64_t &refreshes)
 {
     if (is_dirty(*entry, a))
         return freshen(entry, a, refreshes);
-    count_hit(a);
+    count_hit(a, entry->iod, entry);
     return true;
 }
 

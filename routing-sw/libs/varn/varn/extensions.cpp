@@ -53,15 +53,15 @@ varn_if_entry_t *read(u32 iod, unsigned k, asker ask)
     const attribute extn = extn_attribute(k);
     varn_if_entry_t *entry = entry_if_cached(iod, extn);
     if (!entry) {
-        count_miss(extn);
+        count_miss(extn, iod, nullptr);
         return nullptr;
     }
     if (is_dirty(*entry, extn)) {
         WORK_ON(entry);
-        count_miss(extn);
+        count_miss(extn, iod, entry);
         entry->extn[k] = ask(*entry);
     } else {
-        count_hit(extn);
+        count_hit(extn, iod, entry);
     }
     mark_by_value(*entry, k);
     return entry;
@@ -226,7 +226,7 @@ uintptr_t varn_ifsvc_get_private_data(uint32_t iod, uint32_t key, uint32_t *size
     MUST(RULE_NULL, size);
     const bool has_decoder = varn.config.extn_decode[0];
     if (!has_decoder) {
-        count_miss(extn_attribute(0));
+        count_miss(extn_attribute(0), iod, nullptr);
         return ifsvc_get_private_data(iod, key, size);
     }
     const varn_if_entry_t *entry = extension_at_hand(iod, 0);

@@ -71,6 +71,7 @@ uint32_t varn_update_aggsvc_fop(const varn_fop_update_t *record)
     const u32 pc_ifindex = from_network_order(record->pc_ifindex);
     const u32 old_member = from_network_order(record->old_member);
     const u32 new_member = from_network_order(record->new_member);
+    PROBE_NOTIFICATION("varn_update_aggsvc_fop", VARN_NO_IOD, pc_ifindex);
     ifsvc_get_ifindex_name(pc_ifindex, pc_name, name_size);
     TRACE("AGGSVC First-Op-member for interface %s (if 0x%x) From 0x%x to 0x%x\n", pc_name,
           pc_ifindex, old_member, new_member);
@@ -96,11 +97,11 @@ uint32_t varn_aggsvc_get_fop(uint32_t pc_ifindex, uint32_t *member)
     MUST(RULE_NULL, member);
     varn_if_entry_t *entry = is_cached(aggsvc_if_attribute) ? entry_of_if(pc_ifindex) : nullptr;
     if (entry && !is_dirty(*entry, aggsvc_if_attribute) && entry->aggsvc_if) {
-        count_hit(aggsvc_if_attribute);
         *member = entry->aggsvc_if;
+        count_hit(aggsvc_if_attribute, pc_ifindex, entry);
         return 0;
     }
-    count_miss(aggsvc_if_attribute);
+    count_miss(aggsvc_if_attribute, pc_ifindex, entry);
     u32 answer = 0;
     if (const u32 code = ask_first_member(pc_ifindex, answer))
         return code;

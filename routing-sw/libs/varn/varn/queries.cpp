@@ -35,14 +35,14 @@ varn_if_entry_t *fresh_entry(u32 iod, attribute a, fetcher fetch)
 {
     varn_if_entry_t *entry = entry_if_cached(iod, a);
     if (!entry) {
-        count_miss(a);
+        count_miss(a, iod, nullptr);
         return nullptr;
     }
     if (!is_dirty(*entry, a)) {
-        count_hit(a);
+        count_hit(a, iod, entry);
         return entry;
     }
-    count_miss(a);
+    count_miss(a, iod, entry);
     if (fetch(*entry))
         mark_clean(*entry, a);
     return entry;
@@ -86,7 +86,7 @@ COLD u32 type_not_at_hand(u32 iod, uint8_t type, u32 (*ask)(u32 iod))
     const varn_if_entry_t *entry = entry_if_cached(iod, if_type_attribute);
     if (entry)
         return entry->if_type == type;
-    count_miss(if_type_attribute);
+    count_miss(if_type_attribute, iod, nullptr);
     return ask(iod);
 }
 
@@ -135,7 +135,7 @@ COLD u32 if_index_not_at_hand(u32 iod, u32 *if_index)
 {
     varn_if_entry_t *entry = entry_if_cached(iod, iod_attribute);
     if (!entry) {
-        count_miss(iod_attribute);
+        count_miss(iod_attribute, iod, nullptr);
         return ifsvc_get_ifindex_frm_iod(iod, if_index);
     }
     if (!has_sure_identity(entry))
@@ -335,13 +335,14 @@ const char *varn_ifsvc_get_if_name(uint32_t iod)
     VISIT();
     const varn_if_entry_t *entry = entry_if_cached(iod, name_attribute);
     if (!entry) {
-        count_miss(name_attribute);
+        count_miss(name_attribute, iod, nullptr);
         return ifsvc_get_if_name(iod);
     }
     name_position = (name_position + 1) % num_names;
     char *name = names[name_position];
+    PROBE_HIT(name_attribute.bit, entry->iod, entry); // here: nothing is kept for it over the call
     ifsvc_get_ifindex_name(entry->if_index, name, name_size);
-    count_hit(name_attribute);
+    ++varn.hits[name_attribute.slot];
     return name;
 }
 
@@ -369,7 +370,7 @@ uint32_t varn_ifsvc_get_iod_frm_ifindex(uint32_t if_index, uint32_t *iod)
     MUST(RULE_NULL, iod);
     varn_if_entry_t *entry = is_cached(iod_attribute) ? find_by_if(if_index) : nullptr;
     if (!entry) {
-        count_miss(iod_attribute);
+        count_miss(iod_attribute, if_index, nullptr);
         return ifsvc_get_iod_frm_ifindex(if_index, iod);
     }
     if (!has_sure_identity(entry))

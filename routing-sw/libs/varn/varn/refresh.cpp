@@ -281,6 +281,7 @@ uint32_t varn_if_update_entry(varn_if_entry_t *entry, uint32_t is_new)
         return 0;
     MUST(RULE_WALKING, !is_walking());
     WORK_ON(entry);
+    PROBE_REFRESH(entry, entry->iod, uint64_t{entry->dirty});
     TRACE("Varn-update for if-index 0x%x, iod %d\n", entry->if_index, entry->iod);
     uint8_t type = 0;
     if (if_index_get_type(entry->if_index, &type)) {

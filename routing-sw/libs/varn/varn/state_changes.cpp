@@ -154,6 +154,7 @@ uint32_t varn_update_phy_state(const varn_phy_update_t *record)
     if (!varn_enabled)
         return 0;
     ++varn.phy_updates;
+    PROBE_NOTIFICATION("varn_update_phy_state", record->iod, record->if_index);
     if (is_cached(VARN_BIT_PC))
         varn_pc_invalidate_entry_by_phy_if(record->if_index);
     varn_if_entry_t *entry = find_by_iod(record->iod);
@@ -186,6 +187,7 @@ int32_t varn_update_l2_state(const varn_l2_update_t *record)
         return -1;
     // Deliberate: counted before the checks, unlike L3.
     ++varn.l2_updates;
+    PROBE_NOTIFICATION("varn_update_l2_state", record->iod, record->if_index);
     uint8_t type = 0;
     if (const u32 code = if_index_get_type(record->if_index, &type)) {
         REPORT("varn_update_l2_state", " Invalid interface index 0x%x\n", record->if_index);
@@ -209,6 +211,7 @@ int32_t varn_update_l3_state(varn_l3_update_t *record)
     MUST(RULE_NULL, record);
     if (!varn_enabled)
         return -1;
+    PROBE_NOTIFICATION("varn_update_l3_state", record->iod, record->if_index);
     uint8_t type = 0;
     if (const u32 code = if_index_get_type(record->if_index, &type)) {
         REPORT("varn_update_l3_state", " Invalid interface index 0x%x\n", record->if_index);

@@ -36,7 +36,7 @@ varn_if_entry_t *entry_or_miss(attribute a, varn_if_entry_t *(*entry_of)(u32 key
 {
     varn_if_entry_t *entry = is_cached(a) ? entry_of(static_cast<u32>(key)) : nullptr;
     if (!entry)
-        count_miss(a);
+        count_miss(a, static_cast<u32>(key), nullptr);
     return entry;
 }
 
@@ -59,7 +59,8 @@ u32 fetch_port_mode(varn_if_entry_t &entry, u32 *port_mode)
     return 0;
 }
 
-// Where the combined query writes.
+// Where the combined query writes. Handed on by value, so that it stands in registers and is not read
+// again behind a probe.
 struct l2_outputs {
     u32 *if_index, *iod, *linkup;
     uint16_t *encap;
@@ -68,7 +69,7 @@ struct l2_outputs {
 
 // The if-index is there; the rest comes from the cached queries, in this order. Deliberate: the
 // first one is not tested, and the others are asked about the caller's iod as it stands.
-void ask_front_ends(const l2_outputs &out)
+void ask_front_ends(const l2_outputs out)
 {
     varn_ifsvc_get_iod_frm_ifindex(*out.if_index, out.iod);
     const u32 iod = *out.iod;
@@ -81,9 +82,9 @@ void ask_front_ends(const l2_outputs &out)
     *out.private_data = static_cast<u32>(varn_ifsvc_get_private_data(iod, varn.config.uuid, &size));
 }
 
-u32 ask_services(u32 pi, const l2_outputs &out)
+u32 ask_services(u32 pi, const l2_outputs out)
 {
-    count_miss(pi_attribute);
+    count_miss(pi_attribute, pi, nullptr);
     const u32 code = idxsvc_lib_si_to_ifidx(static_cast<int32_t>(pi), out.if_index);
     if (code == 0)
         ask_front_ends(out);
@@ -105,10 +106,10 @@ void read_private_data(varn_if_entry_t &entry)
 {
     const attribute extn = extn_attribute(0);
     if (is_dirty(entry, extn)) {
-        count_miss(extn);
+        count_miss(extn, entry.iod, &entry);
         fetch_private_data(entry);
     } else {
-        count_hit(extn);
+        count_hit(extn, entry.iod, &entry);
     }
     mark_by_value(entry, 0);
 }
@@ -119,7 +120,7 @@ void update_if_dirty(const scalar &row, varn_if_entry_t &entry)
         update(row, entry, entry.iod);
 }
 
-void read_l2_info(varn_if_entry_t &entry, const l2_outputs &out)
+void read_l2_info(varn_if_entry_t &entry, const l2_outputs out)
 {
     WORK_ON(&entry);
     *out.if_index = entry.if_index;
@@ -201,11 +202,11 @@ uint32_t varn_portsvc_gldb_get_ifindex_port_mode(uint32_t if_index, uint32_t *po
     if (!entry)
         return ask_port_mode(if_index, *port_mode);
     if (is_dirty(*entry, ips_attribute)) {
-        count_miss(ips_attribute);
+        count_miss(ips_attribute, if_index, entry);
         if (const u32 code = fetch_port_mode(*entry, port_mode))
             return code;
     } else {
-        count_hit(ips_attribute);
+        count_hit(ips_attribute, if_index, entry);
     }
     *port_mode = entry->ips ? routed_port_mode : 0;
     return 0;
