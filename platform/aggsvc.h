@@ -16,14 +16,14 @@ extern "C" {
 
 /* The request and answer of aggsvc_get_pc_info. */
 typedef struct __attribute__((packed)) aggsvc_pc_info {
-    uint8_t reserved[6];
+    uint8_t reserved[6];            /* the manager's own */
     uint32_t pc_ifindex;            /* in: the port-channel's if-index */
     uint32_t first_operational_mbr; /* out: if-index of the first operational member; 0 = none */
 } aggsvc_pc_info_t;
 
 /* The answer of aggsvc_get_pc_for_port. */
 typedef struct __attribute__((packed)) aggsvc_pc_for_port {
-    uint8_t reserved[6];
+    uint8_t reserved[6]; /* the manager's own */
     uint32_t pc_ifindex; /* out: if-index of the port's port-channel; 0 = in none */
 } aggsvc_pc_for_port_t;
 
@@ -37,13 +37,28 @@ _Static_assert(offsetof(aggsvc_pc_info_t, first_operational_mbr) == 10, "request
 _Static_assert(offsetof(aggsvc_pc_for_port_t, pc_ifindex) == 6, "membership record");
 #endif
 
-/* Gives the first operational member of the port-channel info->pc_ifindex. */
+/*
+ * Gives the first operational member of a port-channel.
+ *   info  names the port-channel and takes the member.
+ * 0, also without a member, or an error code.
+ */
 uint32_t aggsvc_get_pc_info(aggsvc_pc_info_t *info);
 
-/* Gives the port-channel that a port belongs to. Success with 0 means: in none. */
+/*
+ * Gives the port-channel that a port belongs to. Success with pc_ifindex 0 means: in none.
+ *   port_ifindex  if-index of the port.
+ *   membership    takes the port-channel.
+ * 0, or an error code.
+ */
 uint32_t aggsvc_get_pc_for_port(uint32_t port_ifindex, aggsvc_pc_for_port_t *membership);
 
-/* Gives the member port that serves hash bucket rbh (0 to 15) of a port-channel. */
+/*
+ * Gives the member port that serves a hash bucket of a port-channel.
+ *   pc_ifindex   if-index of the port-channel.
+ *   rbh          hash bucket, 0 to 15.
+ *   mbr_ifindex  takes the member's if-index.
+ * 0, or an error code.
+ */
 uint32_t aggsvc_get_pc_mbr_ifidx_from_rbh(uint32_t pc_ifindex, uint32_t rbh, uint32_t *mbr_ifindex);
 
 #ifdef __cplusplus

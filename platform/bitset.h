@@ -11,10 +11,14 @@ extern "C" {
 
 /* Bit n is bit (n mod 32) of word (n div 32), counted from the least significant. */
 typedef struct bitset {
-    uint32_t word[2];
+    uint32_t word[2]; /* bits 0 to 31, bits 32 to 63 */
 } bitset_t;
 
-/* Gives 1 when the bit (0 to 63) is set, else 0; 0 for a bit outside the set and for a null set. */
+/*
+ * Gives 1 when the bit is set, else 0; 0 for a bit outside the set and for a null set.
+ *   set  the set; may be null.
+ *   bit  0 to 63.
+ */
 uint32_t bitset_is_bit_set(const bitset_t *set, uint32_t bit);
 
 #ifdef __cplusplus

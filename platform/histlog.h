@@ -14,10 +14,12 @@ extern "C" {
 
 /*
  * Appends a record to the history of `uuid`.
+ *   uuid      the writer's client, under which its records are looked up.
  *   event_id  the writer's event class.
  *   level     1 informational, 2 error.
  *   inst      instance of the writer; 0 where there is only one.
- *   length    bytes of the record; the bytes are copied before the call returns.
+ *   length    bytes of the record.
+ *   record    the bytes, which are copied before the call returns.
  * Returns 0 when the record was written, else an error code. It never blocks on another process,
  * never fails the caller in another way and keeps `errno`.
  */

@@ -22,6 +22,15 @@
  *   7. Results: non-zero is success and 0 is failure, for every function that returns a uint32_t.
  *
  * Threading: none. The caller serialises all calls on one table.
+ *
+ * Parameters, where a comment says nothing else
+ *
+ *   table     the table; where it may be null, 6 says what follows
+ *   entry     the record
+ *   key       pointer to the key
+ *   flags     0
+ *   iterator  the walk
+ *   stats     takes the figures
  */
 #ifndef HT_H
 #define HT_H
@@ -72,6 +81,9 @@ typedef struct ht_stats {
  *   link_position  byte offset of the two link words within a record; a multiple of 4.
  *   num_buckets    bucket count, at least 1.
  *   growth_factor  0.0: the bucket count is fixed. No other value is used.
+ *   hash           gives the bucket of a key.
+ *   get_key        gives the key of a record.
+ *   keys_equal     compares two keys.
  * Returns 0 when memory is wanting or an argument is out of range; the table is then as one that
  * was never initialised. What an already initialised table held is not released.
  */
@@ -101,8 +113,10 @@ void *ht_lookup(ht_t *table, const void *key);
 uint32_t ht_remove_entry(ht_t *table, void *entry);
 
 /*
- * Starts a walk at bucket `start` (0) over `num_buckets` buckets (the table's own count). A null
- * table starts a walk that yields nothing. Returns 0 only when the walk cannot be started.
+ * Starts a walk. A null table starts a walk that yields nothing.
+ *   start        first bucket: 0.
+ *   num_buckets  how many buckets: the table's own count.
+ * Returns 0 only when the walk cannot be started.
  */
 uint32_t ht_iterator_init(ht_iterator_t *iterator, ht_t *table, uint32_t start,
                           unsigned long num_buckets);

@@ -14,13 +14,28 @@
 extern "C" {
 #endif
 
-/* Gives the destination index of an interface. */
+/*
+ * Gives the destination index of an interface.
+ *   if_index  the interface.
+ *   di        takes the index.
+ * 0, or an error code.
+ */
 uint32_t idxsvc_lib_ifidx_to_di(int32_t if_index, uint32_t *di);
 
-/* Gives the if-index of the interface that has a source index. */
+/*
+ * Gives the if-index of the interface that has a source index.
+ *   si        the index.
+ *   if_index  takes the if-index.
+ * 0, or an error code.
+ */
 uint32_t idxsvc_lib_si_to_ifidx(int32_t si, uint32_t *if_index);
 
-/* Gives the flood destination index of a bridge domain. */
+/*
+ * Gives the flood destination index of a bridge domain.
+ *   bd  the bridge domain.
+ *   di  takes the index.
+ * 0, or an error code.
+ */
 uint32_t idxsvc_lib_bd_to_di(uint16_t bd, uint32_t *di);
 
 #ifdef __cplusplus

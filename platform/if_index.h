@@ -24,16 +24,19 @@ extern "C" {
 #define IF_INDEX_TYPE_PHYSICAL 26 /* physical port */
 
 /*
- * Gives the type of an if-index. *type is written on success only. An if-index that the device
- * cannot have given out is an error.
+ * Gives the type of an if-index. An if-index that the device cannot have given out is an error.
+ *   if_index  the if-index.
+ *   type      takes the type, 8 bits; written on success only.
+ * 0, or an error code.
  */
 uint32_t if_index_get_type(uint32_t if_index, uint8_t *type);
 
 /*
  * Builds the if-index of a VLAN's interface (SVI), whether or not that interface exists.
- *   vlan  VLAN id, 1 to 4094.
- *   arg   virtual device instance.
- * *if_index is written on success only.
+ *   if_index  takes the if-index; written on success only.
+ *   vlan      VLAN id, 1 to 4094.
+ *   arg       virtual device instance.
+ * 0, or an error code.
  */
 uint32_t if_index_vlan_port_init(uint32_t *if_index, uint16_t vlan, uint32_t arg);
 

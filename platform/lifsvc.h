@@ -14,10 +14,20 @@
 extern "C" {
 #endif
 
-/* Gives the lif of an interface. */
+/*
+ * Gives the lif of an interface.
+ *   if_index  the interface.
+ *   lif       takes the lif.
+ * 0, or an error code.
+ */
 uint32_t lifsvc_query_ifindex_to_lif(int32_t if_index, uint32_t *lif);
 
-/* Gives the if-index of the interface that has a lif. */
+/*
+ * Gives the if-index of the interface that has a lif.
+ *   lif       the lif.
+ *   if_index  takes the if-index.
+ * 0, or an error code.
+ */
 uint32_t lifsvc_query_lif_to_ifindex(int32_t lif, uint32_t *if_index);
 
 #ifdef __cplusplus

@@ -10,9 +10,9 @@ extern "C" {
 #endif
 
 /*
- * Writes the calling thread's stack to the system log at the given syslog priority (7: debug),
- * headed by the name of the function that found the mistake. Never fails the caller and keeps
- * `errno`.
+ * Writes the calling thread's stack to the system log. Never fails the caller and keeps `errno`.
+ *   function  the name of the function that found the mistake, which heads the stack.
+ *   priority  as syslog has it; 7: debug.
  */
 void syslog_backtrace(const char *function, uint32_t priority);
 

@@ -27,11 +27,21 @@ static_assert(sizeof(vlan_key_t) == 6 && offsetof(vlan_key_t, vlan) == 2, "vlan_
 _Static_assert(sizeof(vlan_key_t) == 6 && offsetof(vlan_key_t, vlan) == 2, "vlan_key_t is packed");
 #endif
 
-/* Gives the bridge domain of a VLAN. */
+/*
+ * Gives the bridge domain of a VLAN.
+ *   key  the VLAN.
+ *   bd   takes the bridge domain.
+ * 0, or an error code.
+ */
 uint32_t vlan_get_bd(vlan_key_t key, uint16_t *bd);
 
-/* Gives the bridge domain of a VLAN and the primary VLAN that it belongs to (itself where it is
- * none's secondary). */
+/*
+ * Gives the bridge domain of a VLAN and the primary VLAN that it belongs to.
+ *   key           the VLAN.
+ *   bd            takes the bridge domain.
+ *   primary_vlan  takes the primary VLAN: the VLAN itself where it is none's secondary.
+ * 0, or an error code.
+ */
 uint32_t vlan_get_bd_and_primary_vlan(vlan_key_t key, uint16_t *bd, uint32_t *primary_vlan);
 
 #ifdef __cplusplus

@@ -12,11 +12,15 @@
 extern "C" {
 #endif
 
-/* Gives the id of the routing context (VRF) that the interface is in, or 0. */
+/*
+ * Gives the id of the routing context (VRF) that an interface is in, or 0.
+ *   iod  the interface.
+ */
 uint32_t vrfsvc_if_get_context_id(uint32_t iod);
 
 /*
- * Gives the id of the table `name` of an address family in the interface's routing context, or 0.
+ * Gives the id of a table of an address family in an interface's routing context, or 0.
+ *   iod     the interface.
  *   family  1: IPv4.
  *   name    "base": the context's unicast table. The text is read before the call returns.
  */

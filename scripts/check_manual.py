@@ -268,7 +268,25 @@ def listed_differences(page):
     return [set(re.findall(r"Fn (varn_\w+)", item)) for item in re.split(r"(?m)^\.It\n", items)[1:]]
 
 
+def titled_differences():
+    """number -> title: as the table tells them, and as the header's list does."""
+    table = re.findall(r"(?m)^\| (\d+) \| [^|]* \| ([^|]*) \|", code.read(DIFFERENCES))
+    header = code.read(LIBRARY + "/varn.h")
+    items = re.search(r"(?s)\n \* Where a cached answer differs.*?\n \*/", header)
+    listed = re.findall(r"(?m)^ \* +(\d+)\. (.*)$", items.group() if items else "")
+    return dict(table), dict(listed)
+
+
+def check_titles():
+    table, listed = titled_differences()
+    yield from differ("varn.h differences", table, listed)
+    for number, title in table.items():
+        if listed.get(number, title) != title:
+            yield f"varn.h: difference {number} is called {title!r} in {DIFFERENCES}"
+
+
 def check_differences(pages):
+    yield from check_titles()
     numbered = list(numbered_differences())
     if [number for number, _ in numbered] != list(range(1, len(numbered) + 1)):
         yield f"{DIFFERENCES}: the numbers do not count up"
@@ -391,12 +409,30 @@ def check_examples(pages, build):
                 yield from check_commands_example(page, source, build)
 
 
+def check_probes(pages):
+    """Each probe with as many arguments as it has, in the guide and in the page of the library."""
+    probes = re.findall(r"#define PROBE_\w+\(([^)]*)\)\s+VARN_PROBE\((\w+),",
+                        code.read(LIBRARY + "/varn/probes.h"))
+    guide = code.read(OPERATIONS)
+    page = next(page for page in pages if page.file == "varn.3")
+    if len(probes) != 5:
+        yield f"probes.h: {len(probes)} probes were found"
+    for arguments, name in probes:
+        count = arguments.count(",") + 1
+        row = re.search(rf"(?m)^\| `{name}` \|(.*)\|$", guide)
+        if not row or row.group(1).count("|") != count:
+            yield f"{OPERATIONS}: no row for the {count} arguments of the probe {name}"
+        row = re.search(rf"(?m)^\.It Sy {name} Ta (.*)$", page.text)
+        if not row or row.group(1).count(" Ta ") != count - 1:
+            yield f"{page.file}: no row for the {count} arguments of the probe {name}"
+
+
 def main():
     build = sys.argv[1]
     pages = [Page(path) for path in sorted(glob.glob(MAN + "*"))]
     wrong = [*check_names(pages), *check_prototypes(pages), *check_references(pages),
              *check_programs(pages, build), *check_messages(), *check_differences(pages),
-             *check_examples(pages, build)]
+             *check_examples(pages, build), *check_probes(pages)]
     for line in wrong:
         print(line, file=sys.stderr)
     return 1 if wrong else 0

@@ -27,7 +27,7 @@
 extern "C" {
 #endif
 
-#define VARN_DEVICE_OK             UINT32_C(0)
+#define VARN_DEVICE_OK             UINT32_C(0)          /* done */
 #define VARN_DEVICE_E_NO_INTERFACE UINT32_C(0x40F10001) /* there is no such interface */
 #define VARN_DEVICE_E_NO_VALUE     UINT32_C(0x40F10002) /* the interface has no such value */
 #define VARN_DEVICE_E_NOT_ALLOWED  UINT32_C(0x40F10003) /* this device's source has no changes */
@@ -39,13 +39,15 @@ extern "C" {
 #define VARN_DEVICE_E_CHANGE       UINT32_C(0x40F10009) /* a change that makes no sense; see the text */
 #define VARN_DEVICE_E_PERMISSION   UINT32_C(0x40F1000A) /* this process may not change the device */
 
-#define VARN_DEVICE_DEFAULT_SOCKET     "/run/varn/deviced.sock"
+#define VARN_DEVICE_DEFAULT_SOCKET     "/run/varn/deviced.sock" /* where the service is found */
 #define VARN_DEVICE_SOCKET_VARIABLE    "VARN_DEVICE_SOCKET" /* environment; used where it is set */
-#define VARN_DEVICE_DEFAULT_TIMEOUT_MS UINT32_C(2000)
+#define VARN_DEVICE_DEFAULT_TIMEOUT_MS UINT32_C(2000)       /* how long a request may take */
 
 /*
- * Connects to the service at a path and stays with that path. Null: the path of the environment,
- * or else the default one. Any former connection is closed and any pause ended.
+ * Connects to the service and stays with that path. Any former connection is closed and any pause
+ * ended.
+ *   path  path of the socket; null: that of the environment, or else the default one.
+ * 0, or a code.
  */
 uint32_t varn_device_connect(const char *path);
 
@@ -53,7 +55,10 @@ uint32_t varn_device_connect(const char *path);
  * dispatching does. */
 void varn_device_disconnect(void);
 
-/* Sets how long a request may take, in milliseconds; 0 means the default. */
+/*
+ * Sets how long a request may take.
+ *   milliseconds  0 means the default.
+ */
 void varn_device_set_timeout(uint32_t milliseconds);
 
 /* Requests sent by this process so far, whatever became of them; subscriptions are none. */
@@ -68,28 +73,44 @@ const char *varn_device_last_error_text(void);
 void varn_device_clear_error(void);
 
 /*
- * Writes the iods of all interfaces, in rising order, up to `capacity` of them, and how many there
- * are to *count.
+ * Writes the iods of all interfaces, in rising order.
+ *   iods      takes them.
+ *   capacity  how many are written at most.
+ *   count     takes how many there are, which may be more.
+ * 0, or a code.
  */
 uint32_t varn_device_list_iods(uint32_t *iods, uint32_t capacity, uint32_t *count);
 
-/* Requests that the service answered so far: those of all clients, and those of this connection.
- * This request itself is not among them. */
+/*
+ * Requests that the service answered so far. This request itself is not among them.
+ *   all_clients  takes those of all clients since the service was started.
+ *   this_client  takes those of this connection.
+ * 0, or a code.
+ */
 uint32_t varn_device_stats(uint64_t *all_clients, uint64_t *this_client);
 
 /*
  * Attaches an extension value and a block of private data to an interface under the caller's key,
  * in place of what stood there; they are what ifsvc_get_extension and ifsvc_get_private_data give
  * to every client from then on. The service keeps them as long as the interface lives.
+ *   iod        the interface.
+ *   key        the client that attaches them: its uuid.
+ *   extension  the value; 0 = none.
+ *   block      the data, which is copied.
+ *   size       its bytes.
+ * 0, or a code.
  */
 uint32_t varn_device_attach(uint32_t iod, uint32_t key, uint32_t extension, const void *block,
                             uint32_t size);
 
 /*
  * Changes a device that has an inventory, by the words of one command of varnctl(1) without its
- * options: {"set", "port7", "mtu", "9000"}. On success *answer (may be null) is what there is to
- * say, often "", and good until the next request. VARN_DEVICE_E_CHANGE: nothing was changed, and
- * varn_device_last_error_text says what was wrong with which word.
+ * options: {"set", "port7", "mtu", "9000"}.
+ *   words   the words of the command.
+ *   count   how many there are.
+ *   answer  takes what there is to say, often "", good until the next request; may be null.
+ * 0, or a code. VARN_DEVICE_E_CHANGE: nothing was changed, and varn_device_last_error_text says
+ * what was wrong with which word.
  */
 uint32_t varn_device_change(const char *const *words, uint32_t count, const char **answer);
 
@@ -118,10 +139,24 @@ struct varn_fop_update;
  * Records belong to the library and are good during the call. A callback may make requests, and it
  * may not dispatch.
  *
- * The upper ones each have a handler in the cache, which takes just these arguments:
+ * The upper ones each have a handler in the cache, which takes just these arguments.
  */
 typedef struct varn_device_notices {
-    uintptr_t arg;
+    uintptr_t arg; /* the client's own, handed to every callback */
+
+    /*
+     * Handlers:
+     *   physical_state   varn_update_phy_state
+     *   l2_state         varn_update_l2_state
+     *   l3_state         varn_update_l3_state
+     *   l2_bundle_state  varn_update_l2_bundle_state
+     *   l3_bundle_state  varn_update_l3_bundle_state
+     *   l3_parameters    varn_update_l3_param
+     *   switchport       varn_update_switchport
+     *   vlan             varn_update_vlan
+     *   router_mac       varn_update_router_mac
+     *   first_member     varn_update_aggsvc_fop
+     */
     void (*physical_state)(uintptr_t arg, const struct varn_phy_update *record);
     void (*l2_state)(uintptr_t arg, const struct varn_l2_update *record);
     void (*l3_state)(uintptr_t arg, struct varn_l3_update *record);
@@ -178,11 +213,12 @@ typedef struct varn_device_notices {
 } varn_device_notices_t;
 
 /*
- * Asks for notices from now on, by these callbacks (copied); null asks for no more. It stays in
- * force over lost connections: the library asks anew whenever it has connected again. Whoever
- * subscribes before its first query misses nothing. 0 also when there is no service at the moment:
- * the subscription is made as soon as there is one, beginning with `lost`. VARN_DEVICE_E_ARGUMENT
- * from within a callback.
+ * Asks for notices from now on.
+ *   callbacks  who is called, which is copied; null asks for no more.
+ * It stays in force over lost connections: the library asks anew whenever it has connected again.
+ * Whoever subscribes before its first query misses nothing. 0 also when there is no service at the
+ * moment: the subscription is made as soon as there is one, beginning with `lost`.
+ * VARN_DEVICE_E_ARGUMENT from within a callback.
  */
 uint32_t varn_device_subscribe(const varn_device_notices_t *callbacks);
 
@@ -194,9 +230,10 @@ uint32_t varn_device_subscribe(const varn_device_notices_t *callbacks);
 int varn_device_descriptor(void);
 
 /*
- * Takes in what arrived, connects again where that is due, and hands out what is queued, at most
- * `most` notices (0: all that there are, those included that arrive meanwhile). Gives how many were
- * handed out. It may wait for a service, at most as long as a request.
+ * Takes in what arrived, connects again where that is due, and hands out what is queued. It may
+ * wait for a service, at most as long as a request.
+ *   most  so many notices at most; 0: all that there are, those included that arrive meanwhile.
+ * Gives how many were handed out.
  */
 uint32_t varn_device_dispatch(uint32_t most);
 

@@ -66,6 +66,68 @@
  *   error_cb, error_print
  *   print                 everything but 6, 7 and 8: queries of entries that are there and need no
  *                         refresh, above all.
+ *
+ * Where a cached answer differs from the direct one
+ *
+ * Once the notices are dispatched, only here; docs/differences.md names the functions and says why.
+ *
+ *   1. iod 0 is if-index 0, and nobody is asked
+ *   2. a refresh that failed gives a code of the library's own, and no output
+ *   3. a flag is the low bit of the service's answer
+ *   4. MTU, encapsulation and VLAN have 16 bits
+ *   5. the 0 of a service that did not answer is kept
+ *   6. GRE tunnel, port-channel, cbus and management port: by the type of the if-index
+ *   7. six bytes of zero equal a MAC address that is not known
+ *   8. the VLAN of a switchport is its access VLAN, and may be a former one
+ *   9. varn_ifsvc_get_vlan_info gives 1 also when its service failed
+ *  10. the port mode of a VLAN interface may be 0
+ *  11. the virtual device instance of a VLAN is that of the process
+ *  12. the name of an interface that is gone is empty
+ *  13. varn_ifsvc_get_svi_iod_for_vlan takes other arguments
+ *  14. an extension value is that of its slot, whatever the key
+ *  15. an extension is set when its decoded value is
+ *  16. private data is the decoded value where there is a decoder
+ *  17. varn_lifsvc_query_ifindex_to_lif writes no lif when the cache answers
+ *  18. no port index is success with 0xFFFFFFFF
+ *  19. the port mode is 0x200 or 0
+ *  20. varn_get_if_l2_info_by_pi gives what is not cached off the entry all the same
+ *  21. a port-channel without a member is VARN_ERR_NO_MEMBER
+ *  22. the first member of a VLAN sub-interface is its parent
+ *  23. every failure to have a bucket's member is 1, and the member 0
+ *  24. varn_vlan_get_bd gives 0 also when its service failed
+ *  25. varn_vlan_to_flood_di gives 0 also when both services failed
+ *  26. varn_pvlan_get_pvlan gives 0 always
+ *
+ * Parameters, where a comment says nothing else
+ *
+ *   iod                       device-local ordinal of an interface
+ *   if_index                  if-index of an interface
+ *   pi, si                    port index of an interface
+ *   lif                       lif of an interface
+ *   di                        destination index
+ *   vlan                      VLAN id, 1 to 4094
+ *   bd                        bridge domain
+ *   pvlan                     primary VLAN
+ *   pc_ifindex                if-index of a port-channel
+ *   port_ifindex              if-index of a physical port
+ *   member                    if-index of the member
+ *   entry                     an entry that the cache handed out
+ *   table                     a table of the cache, one of those in varn
+ *   key                       the uuid of the client that attached the value; of a table
+ *                             or a VLAN question the key itself
+ *   key_a, key_b              pointers to the two keys
+ *   num_buckets               buckets of the table
+ *   opt, level                which mask of the configuration: 1 med, 2 crit, 3 sync, else low
+ *   update                    the record of the notification
+ *   changed                   which parameters of the record changed
+ *   info                      answer
+ *   mac                       6 bytes
+ *   port_mode                 port mode, the service's own number
+ *   value                     the extension value, 32 bits; 0 = not set
+ *   size                      bytes of the private data
+ *   arg                       the client's own, handed to its callback unchanged
+ *   print                     the sink
+ *   format                    as printf has it; the values follow
  */
 #ifndef VARN_H
 #define VARN_H
@@ -91,86 +153,103 @@ extern "C" {
  */
 typedef uint64_t varn_mask_t __attribute__((aligned(4)));
 
-/* The set that holds one attribute. */
+/* The set that holds one attribute: that of VARN_BIT_... `bit`.
+ *   bit  0 to 63
+ */
 #define VARN_MASK(bit) ((uint64_t)1 << (bit))
 
-/* Attribute bits. Bits 0 to 29 belong to interface entries, 30 to 32 to the VLAN cache and 33 to
- * the port-channel cache. */
+/*
+ * Attribute bits: the width of the value and what is absent, and the service that gives it. Bits 0
+ * to 29 belong to interface entries, 30 to 32 to the VLAN cache and 33 to the port-channel cache.
+ */
 enum {
-    VARN_BIT_IF_INDEX = 0,
-    VARN_BIT_IOD = 1, /* decides also whether the Iod table exists */
-    VARN_BIT_PI = 2,  /* decides also whether the Pi table exists */
-    VARN_BIT_LIF = 3, /* decides also whether the Lif table exists */
-    VARN_BIT_ENCAP = 4,
-    VARN_BIT_EXTN = 5,
-    VARN_BIT_EXTN1 = 6,
-    VARN_BIT_EXTN2 = 7,
-    VARN_BIT_EXTN3 = 8,
-    VARN_BIT_MAC = 9,
-    VARN_BIT_VLAN = 10, /* VLAN and port mode in one; decides also whether the
-                           VLAN table exists */
-    VARN_BIT_CONTEXT = 11,
-    VARN_BIT_BASE_TID = 12,
-    VARN_BIT_MTU = 13,
-    VARN_BIT_NAME = 14,
-    VARN_BIT_SWITCHPORT = 15,
-    VARN_BIT_SWITCHING = 16,
-    VARN_BIT_LINKUP = 17,
-    VARN_BIT_PROTOUP = 18,
-    VARN_BIT_ETHERNET = 19,
-    VARN_BIT_IS_VLAN = 20,
-    VARN_BIT_IPS = 21, /* port mode of a physical port */
-    VARN_BIT_NULL = 22,
-    VARN_BIT_P2P = 23,
-    VARN_BIT_LOOPBACK = 24,
-    VARN_BIT_IF_TYPE = 25, /* varn_init sets it in every configuration */
-    VARN_BIT_MVPN = 26,
-    VARN_BIT_AGGSVC_IF = 27,
-    VARN_BIT_GRE_HDR = 28,
-    VARN_BIT_SUBIF = 29,
-    VARN_BIT_PVLAN = 30, /* this and the next two need VARN_BIT_VLAN: without their table nothing is
-                            kept and every query asks its service */
-    VARN_BIT_BD = 31,
-    VARN_BIT_FINDEX = 32,
-    VARN_BIT_PC = 33 /* decides also whether the PC table exists */
+    VARN_BIT_IF_INDEX = 0,    /* 32 bits, the key of every entry; asked of nobody */
+    VARN_BIT_IOD = 1,         /* 32 bits, 0 = none; ifsvc_get_iod_frm_ifindex.
+                                 Decides also whether the Iod table exists */
+    VARN_BIT_PI = 2,          /* 32 bits, 0xFFFFFFFF = none; idxsvc_lib_ifidx_to_di.
+                                 Decides also whether the Pi table exists */
+    VARN_BIT_LIF = 3,         /* 32 bits, 0xFFFFFFFF = none; lifsvc_query_ifindex_to_lif.
+                                 Decides also whether the Lif table exists */
+    VARN_BIT_ENCAP = 4,       /* 16 bits, 0 = not known; ifsvc_get_if_encaptype */
+    VARN_BIT_EXTN = 5,        /* extension 0: 32 bits, 0 = not set; ifsvc_get_extension,
+                                 or ifsvc_get_private_data and the decoder */
+    VARN_BIT_EXTN1 = 6,       /* extension 1, the same way */
+    VARN_BIT_EXTN2 = 7,       /* extension 2, the same way */
+    VARN_BIT_EXTN3 = 8,       /* extension 3, the same way */
+    VARN_BIT_MAC = 9,         /* 6 bytes, all zero = not known; ifsvc_get_if_src_mac_addr */
+    VARN_BIT_VLAN = 10,       /* VLAN and port mode in one: 16 bits, 0 = none;
+                                 ifsvc_get_if_vlanid and ifsvc_get_vlan_info. Decides also
+                                 whether the VLAN table exists */
+    VARN_BIT_CONTEXT = 11,    /* 32 bits, 0 = not known; vrfsvc_if_get_context_id.
+                                 It has no query and is read off the entry */
+    VARN_BIT_BASE_TID = 12,   /* 32 bits, 0 = not known; vrfsvc_if_get_table_id.
+                                 It has no query and is read off the entry */
+    VARN_BIT_MTU = 13,        /* bytes, 16 bits; ifsvc_get_if_mtu */
+    VARN_BIT_NAME = 14,       /* no text is kept; ifsvc_get_ifindex_name, asked each time */
+    VARN_BIT_SWITCHPORT = 15, /* a flag; ifsvc_is_switchport */
+    VARN_BIT_SWITCHING = 16,  /* a flag; ifsvc_is_switching_enabled_on_iod */
+    VARN_BIT_LINKUP = 17,     /* a flag; ifsvc_is_linkup */
+    VARN_BIT_PROTOUP = 18,    /* a flag; ifsvc_is_protoup */
+    VARN_BIT_ETHERNET = 19,   /* a flag; ifsvc_is_ethernet */
+    VARN_BIT_IS_VLAN = 20,    /* a flag; ifsvc_is_vlan */
+    VARN_BIT_IPS = 21,        /* mode of a physical port; ifsvc_get_ifindex_port_mode_list */
+    VARN_BIT_NULL = 22,       /* a flag; ifsvc_is_null0 */
+    VARN_BIT_P2P = 23,        /* a flag; ifsvc_is_native_p2p */
+    VARN_BIT_LOOPBACK = 24,   /* a flag; ifsvc_is_loopback */
+    VARN_BIT_IF_TYPE = 25,    /* 8 bits, from if_index_get_type at creation; varn_init
+                                 sets it in every configuration */
+    VARN_BIT_MVPN = 26,       /* a flag; ifsvc_is_mvpn_tunnel */
+    VARN_BIT_AGGSVC_IF = 27,  /* first member of a port-channel: 32 bits, 0 = none;
+                                 aggsvc_get_pc_info */
+    VARN_BIT_GRE_HDR = 28,    /* no value is kept */
+    VARN_BIT_SUBIF = 29,      /* parent of a VLAN sub-interface: 32 bits, 0 = none;
+                                 ifsvc_get_sub_interface_parent. It has no query and is read
+                                 off the entry, as aggsvc_if */
+    VARN_BIT_PVLAN = 30,      /* primary VLAN; vlan_get_bd_and_primary_vlan. This and the
+                                 next two need VARN_BIT_VLAN: without their table nothing is
+                                 kept and every query asks its service */
+    VARN_BIT_BD = 31,         /* bridge domain, 16 bits; vlan_get_bd */
+    VARN_BIT_FINDEX = 32,     /* flood destination index; idxsvc_lib_bd_to_di */
+    VARN_BIT_PC = 33          /* member of each hash bucket; aggsvc_get_pc_mbr_ifidx_from_rbh.
+                                 Decides also whether the PC table exists */
 };
 
 /* Counter slots: where an attribute stands in varn.misses, varn.hits and varn.updates. The order is
  * not that of the bits. */
 enum {
-    VARN_SLOT_IF_INDEX = 0,
-    VARN_SLOT_IOD = 1,
-    VARN_SLOT_PI = 2,
-    VARN_SLOT_LIF = 3,
-    VARN_SLOT_MAC = 4,
-    VARN_SLOT_ENCAP = 5,
-    VARN_SLOT_EXTN = 6,
-    VARN_SLOT_EXTN1 = 7,
-    VARN_SLOT_EXTN2 = 8,
-    VARN_SLOT_EXTN3 = 9,
-    VARN_SLOT_CONTEXT = 10,
-    VARN_SLOT_BASE_TID = 11,
-    VARN_SLOT_MTU = 12,
-    VARN_SLOT_SWITCHPORT = 13,
-    VARN_SLOT_SWITCHING = 14,
-    VARN_SLOT_LINKUP = 15,
-    VARN_SLOT_PROTOUP = 16,
-    VARN_SLOT_ETHERNET = 17,
-    VARN_SLOT_IS_VLAN = 18,
-    VARN_SLOT_VLAN = 19,
-    VARN_SLOT_IPS = 20,
-    VARN_SLOT_NULL = 21,
-    VARN_SLOT_AGGSVC_IF = 22,
-    VARN_SLOT_GRE = 23,
-    VARN_SLOT_SUBIF = 24,
-    VARN_SLOT_NAME = 25,
-    VARN_SLOT_LOOPBACK = 26,
-    VARN_SLOT_P2P = 27,
-    VARN_SLOT_IF_TYPE = 28,
-    VARN_SLOT_IS_DCI_TUNNEL = 29,
-    VARN_SLOT_IS_DCI_OVERLAY = 30,
-    VARN_SLOT_MVPN = 31,
-    VARN_NUM_SLOTS = 32
+    VARN_SLOT_IF_INDEX = 0,        /* VARN_BIT_IF_INDEX; stays 0 */
+    VARN_SLOT_IOD = 1,             /* VARN_BIT_IOD */
+    VARN_SLOT_PI = 2,              /* VARN_BIT_PI */
+    VARN_SLOT_LIF = 3,             /* VARN_BIT_LIF */
+    VARN_SLOT_MAC = 4,             /* VARN_BIT_MAC */
+    VARN_SLOT_ENCAP = 5,           /* VARN_BIT_ENCAP */
+    VARN_SLOT_EXTN = 6,            /* VARN_BIT_EXTN */
+    VARN_SLOT_EXTN1 = 7,           /* VARN_BIT_EXTN1 */
+    VARN_SLOT_EXTN2 = 8,           /* VARN_BIT_EXTN2 */
+    VARN_SLOT_EXTN3 = 9,           /* VARN_BIT_EXTN3 */
+    VARN_SLOT_CONTEXT = 10,        /* VARN_BIT_CONTEXT */
+    VARN_SLOT_BASE_TID = 11,       /* VARN_BIT_BASE_TID */
+    VARN_SLOT_MTU = 12,            /* VARN_BIT_MTU */
+    VARN_SLOT_SWITCHPORT = 13,     /* VARN_BIT_SWITCHPORT */
+    VARN_SLOT_SWITCHING = 14,      /* VARN_BIT_SWITCHING */
+    VARN_SLOT_LINKUP = 15,         /* VARN_BIT_LINKUP */
+    VARN_SLOT_PROTOUP = 16,        /* VARN_BIT_PROTOUP */
+    VARN_SLOT_ETHERNET = 17,       /* VARN_BIT_ETHERNET */
+    VARN_SLOT_IS_VLAN = 18,        /* VARN_BIT_IS_VLAN */
+    VARN_SLOT_VLAN = 19,           /* VARN_BIT_VLAN */
+    VARN_SLOT_IPS = 20,            /* VARN_BIT_IPS */
+    VARN_SLOT_NULL = 21,           /* VARN_BIT_NULL */
+    VARN_SLOT_AGGSVC_IF = 22,      /* VARN_BIT_AGGSVC_IF */
+    VARN_SLOT_GRE = 23,            /* VARN_BIT_GRE_HDR; stays 0 */
+    VARN_SLOT_SUBIF = 24,          /* VARN_BIT_SUBIF */
+    VARN_SLOT_NAME = 25,           /* VARN_BIT_NAME */
+    VARN_SLOT_LOOPBACK = 26,       /* VARN_BIT_LOOPBACK */
+    VARN_SLOT_P2P = 27,            /* VARN_BIT_P2P */
+    VARN_SLOT_IF_TYPE = 28,        /* VARN_BIT_IF_TYPE */
+    VARN_SLOT_IS_DCI_TUNNEL = 29,  /* varn_ifsvc_is_dci_tunnel */
+    VARN_SLOT_IS_DCI_OVERLAY = 30, /* varn_ifsvc_is_dci_overlay */
+    VARN_SLOT_MVPN = 31,           /* VARN_BIT_MVPN */
+    VARN_NUM_SLOTS = 32            /* how many there are */
 };
 
 /* An identifier that is not known. */
@@ -239,7 +318,7 @@ typedef struct varn_config {
 
 /* The two words of an entry that belong to the hash table while the entry stands in it. */
 typedef struct varn_link {
-    uint32_t word[2];
+    uint32_t word[2]; /* the table's own; means nothing outside of one */
 } varn_link_t;
 
 /* One interface. All fields are written by the library alone; a client reads them. An attribute's
@@ -248,14 +327,14 @@ typedef struct varn_if_entry {
     /* Identity. A key stands before its link and does not change while the entry
      * is in the table.
      */
-    uint32_t if_index; /* key of the If table, in which every entry stands */
-    varn_link_t if_link;
-    uint32_t iod; /* 0 = none, unless a service gave that very iod */
-    varn_link_t iod_link;
-    uint32_t pi; /* 0xFFFFFFFF = not in the Pi table */
-    varn_link_t pi_link;
-    uint32_t lif; /* 0xFFFFFFFF = not in the Lif table */
-    varn_link_t lif_link;
+    uint32_t if_index;    /* key of the If table, in which every entry stands */
+    varn_link_t if_link;  /* the If table's */
+    uint32_t iod;         /* 0 = none, unless a service gave that very iod */
+    varn_link_t iod_link; /* the Iod table's */
+    uint32_t pi;          /* 0xFFFFFFFF = not in the Pi table */
+    varn_link_t pi_link;  /* the Pi table's */
+    uint32_t lif;         /* 0xFFFFFFFF = not in the Lif table */
+    varn_link_t lif_link; /* the Lif table's */
 
     /* Values. */
     uint8_t mac[6];        /* source MAC address; all zero = not known */
@@ -269,8 +348,21 @@ typedef struct varn_if_entry {
     uint32_t port_mode;    /* as the interface manager gives it; shares the VLAN's
                               dirty bit */
 
-    /* Flags, 0 or 1. On every host the first one named in the upper list is bit 0
-     * of its byte. */
+    /*
+     * Flags, 0 or 1. On every host the first one named in the upper list is bit 0 of its byte.
+     *
+     *   switchport  an L2 port
+     *   switching   an L2 port that forwards
+     *   linkup      the physical link is there
+     *   protoup     the line protocol is up
+     *   ethernet    an Ethernet medium
+     *   is_vlan     a VLAN sub-interface or VLAN interface
+     *   ips         1 for a physical port once its port mode was asked for
+     *   null        the null interface
+     *   loopback    a loopback
+     *   p2p         a point-to-point medium
+     *   mvpn        a tunnel of a multicast VPN
+     */
 #if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
     uint8_t switchport : 1, switching : 1, linkup : 1, protoup : 1;
     uint8_t ethernet : 1, is_vlan : 1, ips : 1, null : 1;
@@ -298,8 +390,8 @@ typedef struct varn_if_entry {
 
 /* One port-channel: the member that serves each hash bucket. */
 typedef struct varn_pc_entry {
-    uint32_t pc_ifindex; /* key of the PC table */
-    varn_link_t link;
+    uint32_t pc_ifindex;                    /* key of the PC table */
+    varn_link_t link;                       /* the PC table's */
     uint32_t rbh_dirty[VARN_NUM_RBH];       /* 1 = ask again, 0 = the member below is good */
     uint32_t rbh_mbr_ifindex[VARN_NUM_RBH]; /* if-index of the member; counts
                                                while the flag is 0 */
@@ -307,8 +399,8 @@ typedef struct varn_pc_entry {
 
 /* One VLAN. */
 typedef struct varn_vlan_entry {
-    uint16_t vlan; /* key of the VLAN table */
-    varn_link_t link;
+    uint16_t vlan;     /* key of the VLAN table, 1 to 4094 */
+    varn_link_t link;  /* the VLAN table's */
     uint16_t bd;       /* bridge domain */
     uint32_t flood_di; /* flood destination index of the bridge domain */
     uint32_t pvlan;    /* primary VLAN */
@@ -322,17 +414,17 @@ typedef vlan_key_t varn_vlan_info_t;
 
 /* What befell one index. All counters of the library only grow, until varn_init zeroes them. */
 typedef struct varn_index_counters {
-    uint64_t inserts;
-    uint64_t removes;
-    uint64_t insert_fail;
-    uint64_t remove_fail;
+    uint64_t inserts;     /* entries filed */
+    uint64_t removes;     /* entries taken out */
+    uint64_t insert_fail; /* entries that the table refused; each is reported */
+    uint64_t remove_fail; /* entries that the table did not hold; each is reported */
 } varn_index_counters_t;
 
 /* One counter for each field of a VLAN entry. */
 typedef struct varn_vlan_counters {
-    uint64_t bd;
-    uint64_t findex;
-    uint64_t pvlan;
+    uint64_t bd;     /* bridge domain, and hits and misses of the flood destination index */
+    uint64_t findex; /* flood destination index: updates alone */
+    uint64_t pvlan;  /* primary VLAN */
 } varn_vlan_counters_t;
 
 /* Everything that the cache knows. A client reads it; only the library writes. */
@@ -345,7 +437,7 @@ typedef struct varn_global {
     ht_t vlan_table; /* varn_vlan_entry_t by vlan */
     ht_t pc_table;   /* varn_pc_entry_t by pc_ifindex */
 
-    varn_config_t config;
+    varn_config_t config; /* as varn_init copied it */
 
     /* By counter slot. */
     uint64_t misses[VARN_NUM_SLOTS];  /* questions that the cache could not answer */
@@ -356,45 +448,47 @@ typedef struct varn_global {
     uint64_t if_frees;    /* interface entries freed */
     uint64_t if_destroys; /* calls of varn_if_destroy_entry that ran */
 
-    /* Refreshes that found another iod, and links that refreshes set out to drop from the Pi and
-     * the Lif table because the identifier had changed. */
-    uint64_t iod_remaps;
-    uint64_t pi_remaps;
-    uint64_t lif_remaps;
+    /* Identifiers that changed. */
+    uint64_t iod_remaps; /* refreshes that found another iod */
+    uint64_t pi_remaps;  /* links that refreshes set out to drop from the Pi table */
+    uint64_t lif_remaps; /* links that refreshes set out to drop from the Lif table */
 
-    varn_index_counters_t if_index;
-    varn_index_counters_t iod_index;
-    varn_index_counters_t pi_index;
-    varn_index_counters_t lif_index;
+    /* What befell the tables. */
+    varn_index_counters_t if_index;  /* the If table */
+    varn_index_counters_t iod_index; /* the Iod table */
+    varn_index_counters_t pi_index;  /* the Pi table */
+    varn_index_counters_t lif_index; /* the Lif table */
 
     /* Notifications handled. */
-    uint64_t phy_updates;
-    uint64_t l2_updates;
-    uint64_t l3_updates;
-    uint64_t l3_param_updates;
-    uint64_t l2_bundle_updates;
-    uint64_t l3_bundle_updates;
-    uint64_t aggsvc_updates;
+    uint64_t phy_updates;       /* by varn_update_phy_state */
+    uint64_t l2_updates;        /* by varn_update_l2_state, counted before its checks */
+    uint64_t l3_updates;        /* by varn_update_l3_state, counted behind its checks */
+    uint64_t l3_param_updates;  /* by varn_update_l3_param */
+    uint64_t l2_bundle_updates; /* by varn_update_l2_bundle_state */
+    uint64_t l3_bundle_updates; /* by varn_update_l3_bundle_state */
+    uint64_t aggsvc_updates;    /* by varn_update_aggsvc_fop */
 
-    /* Refreshes started by a query, by the identifier that was dirty; If: by varn_if_update_if. */
-    uint64_t if_refreshes;
-    uint64_t iod_refreshes;
-    uint64_t pi_refreshes;
-    uint64_t lif_refreshes;
+    /* Refreshes of a whole entry. */
+    uint64_t if_refreshes;  /* by varn_if_update_if */
+    uint64_t iod_refreshes; /* by a query that found the iod dirty */
+    uint64_t pi_refreshes;  /* by a query that found the pi dirty */
+    uint64_t lif_refreshes; /* by a query that found the lif dirty */
 
     uint64_t create_fail; /* entries that could not be created for want of memory */
 
-    varn_vlan_counters_t vlan_misses;
-    varn_vlan_counters_t vlan_hits;
-    varn_vlan_counters_t vlan_updates;
-    uint64_t vlan_allocs;
-    uint64_t vlan_frees;
+    /* The VLAN cache. */
+    varn_vlan_counters_t vlan_misses;  /* questions that the cache could not answer */
+    varn_vlan_counters_t vlan_hits;    /* questions answered from the cache */
+    varn_vlan_counters_t vlan_updates; /* values that a refresh took */
+    uint64_t vlan_allocs;              /* VLAN entries allocated */
+    uint64_t vlan_frees;               /* VLAN entries freed */
 
-    uint64_t pc_hits;
-    uint64_t pc_misses;
-    uint64_t pc_updates;
-    uint64_t pc_allocs;
-    uint64_t pc_frees;
+    /* The port-channel cache. */
+    uint64_t pc_hits;    /* members of a hash bucket answered from the cache */
+    uint64_t pc_misses;  /* members of a hash bucket that were asked for */
+    uint64_t pc_updates; /* invalidations */
+    uint64_t pc_allocs;  /* port-channel entries allocated */
+    uint64_t pc_frees;   /* port-channel entries freed */
 } varn_global_t;
 
 /* Words of the iod permission bitmap. */
@@ -402,7 +496,7 @@ typedef struct varn_global {
 
 /* ---- Exported objects, all zero at load time ------------------------------------------------- */
 
-extern varn_global_t varn;
+extern varn_global_t varn;    /* tables, configuration and counters */
 extern uint32_t varn_enabled; /* 1 while the cache is on */
 extern uint32_t varn_do_sync; /* low half of sync, kept by varn_disable_cache */
 
@@ -418,7 +512,9 @@ extern char varn_print_str[128];
 /* ---- Lifecycle ------------------------------------------------------------------------------- */
 
 /*
- * Starts the cache with a copy of *config. Returns 1, or 0 when the configuration is null (nothing
+ * Starts the cache.
+ *   config  what the client wants, which is copied.
+ * Returns 1, or 0 when the configuration is null (nothing
  * is changed) or an interface table could not be made (the cache is off; tables made before stay).
  * A side cache whose table could not be made is only reported. Called again, it starts anew: the
  * old tables and entries are not released, every counter is zeroed.
@@ -426,7 +522,7 @@ extern char varn_print_str[128];
 uint32_t varn_init(const varn_config_t *config);
 
 /*
- * Releases the interface tables and the VLAN table; returns 1. Entries and the port-channel table
+ * Releases the interface tables and the VLAN table. Returns 1. Entries and the port-channel table
  * are left alone and the cache is not switched off: call nothing but varn_init afterwards.
  */
 uint32_t varn_cleanup(void);
@@ -452,17 +548,21 @@ void varn_attr_get_debug_print_arg(varn_print_arg_fn *print, uintptr_t *arg);
 
 /* The memory types under which the accounting allocator holds the library's records. */
 typedef enum varn_mem_type {
-    VARN_MEM_NONE = 0,
-    VARN_MEM_varn_if_entry_t = 1,
-    VARN_MEM_varn_vlan_entry_t = 2,
-    VARN_MEM_varn_pc_entry_t = 3,
-    VARN_MEM_MAX = 4
+    VARN_MEM_NONE = 0,              /* none of the records */
+    VARN_MEM_varn_if_entry_t = 1,   /* interface entries */
+    VARN_MEM_varn_vlan_entry_t = 2, /* VLAN entries */
+    VARN_MEM_varn_pc_entry_t = 3,   /* port-channel entries */
+    VARN_MEM_MAX = 4                /* how many there are */
 } varn_mem_type_t;
 
-/* Gives the name of a memory type, or null. */
+/* Gives the name of a memory type, or null.
+ *   value  one of varn_mem_type_t
+ */
 const char *__varn_mem_type_t_find(uint32_t value);
 
-/* Gives the memory type of a name in any case, or 0. */
+/* Gives the memory type of a name, or 0.
+ *   name  in any case
+ */
 uint32_t __varn_mem_type_t_str2enum(const char *name);
 
 /* The record handed to the event history: event id 0x730000, level 2 (error) or 1 (trace). The
@@ -472,15 +572,15 @@ typedef struct varn_log_record {
     char text[200]; /* "[thread id]: message", ended by a zero */
 } varn_log_record_t;
 
-#define VARN_LOG_TRACE UINT32_C(121)
-#define VARN_LOG_ERROR UINT32_C(122)
+#define VARN_LOG_TRACE UINT32_C(121) /* the text was traced */
+#define VARN_LOG_ERROR UINT32_C(122) /* the text was reported */
 
 /* ---- Callbacks of the tables ----------------------------------------------------------------- */
 
 /*
- * Given to the hash table by varn_init. A hash takes a pointer to the key and the bucket count and
- * gives a bucket number; a key accessor takes an entry; a comparison gives 1 for equal keys, else
- * 0. Keys are u32, those of the VLAN table u16.
+ * Given to the hash table by varn_init. Gives a bucket number (a hash), a pointer to the key of an
+ * entry (a key accessor), or 1 for equal keys and else 0 (a comparison). Keys are u32, those of the
+ * VLAN table u16.
  */
 uint32_t varn_if_hash(const void *key, uint32_t num_buckets); /* mod 15991, whatever the count */
 const void *varn_if_get_key(const void *entry);
@@ -528,8 +628,8 @@ uint32_t varn_if_delete_entry(varn_if_entry_t *entry);
 
 /* Make the VLAN table and the PC table where the configuration asks for them; varn_init calls both.
  * 1 = ready or not asked for, 0 = failed and reported. */
-uint32_t varn_vlan_table_init(void);
-uint32_t varn_pc_table_init(void);
+uint32_t varn_vlan_table_init(void); /* the VLAN table */
+uint32_t varn_pc_table_init(void);   /* the PC table */
 
 /* ---- Entries --------------------------------------------------------------------------------- */
 
@@ -544,10 +644,10 @@ varn_if_entry_t *varn_if_create_entry_by_if(uint32_t if_index, uint32_t iod, uin
                                             uint32_t lif);
 
 /*
- * The same by another identifier. One that stands in its table is given, also while the cache is
- * off. Otherwise the if-index is asked of ifsvc_get_ifindex_frm_iod, idxsvc_lib_si_to_ifidx or
- * lifsvc_query_lif_to_ifindex; null, silently, when that fails. By pi and lif nothing is created
- * while varn.config.create_on_miss is 0.
+ * varn_if_create_entry_by_if by another identifier. Gives the entry or null. One that stands in its
+ * table is given, also while the cache is off. Otherwise the if-index is asked of
+ * ifsvc_get_ifindex_frm_iod, idxsvc_lib_si_to_ifidx or lifsvc_query_lif_to_ifindex; null, silently,
+ * when that fails. By pi and lif nothing is created while varn.config.create_on_miss is 0.
  */
 varn_if_entry_t *varn_if_create_entry_by_iod(uint32_t iod);
 varn_if_entry_t *varn_if_create_entry_by_pi(uint32_t pi);
@@ -570,9 +670,13 @@ uint32_t varn_if_remove_entry_by_iod(uint32_t iod);
 uint32_t varn_if_remove_entry_by_pi(uint32_t pi);
 uint32_t varn_if_remove_entry_by_lif(uint32_t lif);
 
-/* Forbids (allow 0) or allows entries for an iod from now on, and removes the entry of the
- * if-index. The iod must be below 32768: a debug build stops at a larger one, a release build
- * leaves the permissions alone. */
+/*
+ * Forbids or allows entries for an iod from now on, and removes the entry of the if-index. The iod
+ * must be below 32768: a debug build stops at a larger one, a release build leaves the permissions
+ * alone.
+ *   allow  0 forbids, any other value allows
+ * 1 when there was an entry, else 0; while the cache is off as varn_if_remove_entry_by_if.
+ */
 uint32_t varn_if_remove_entry_by_if_ext(uint32_t if_index, uint32_t iod, uint32_t allow);
 
 /* ---- Refresh --------------------------------------------------------------------------------- */
@@ -580,18 +684,20 @@ uint32_t varn_if_remove_entry_by_if_ext(uint32_t if_index, uint32_t iod, uint32_
 /*
  * Fetches what is dirty in an entry from the services. Never fetched are the name, mvpn and, for
  * itself, is_vlan; aggsvc_if only for a port-channel and ips only for a physical port; an extension
- * only where it is cached. is_new is 0 for an entry that was filled before. 1, or 0 when the cache
+ * only where it is cached.
+ *   is_new  0 for an entry that was filled before, else 1
+ * 1, or 0 when the cache
  * is off, the entry is null, its if-index has no type, or its if-index is no longer known to belong
  * to its iod (reported; an entry under the iod that was found is removed). After a 0 the entry may
  * be gone.
  */
 uint32_t varn_if_update_entry(varn_if_entry_t *entry, uint32_t is_new);
 
-/* The same by if-index; 0 also when there is no entry. Nothing is created. */
+/* varn_if_update_entry by if-index. 0 also when there is no entry. Nothing is created. */
 uint32_t varn_if_update_if(uint32_t if_index);
 
-/* Asks ifsvc_get_if_src_mac_addr for the MAC address of an iod, 6 bytes in a static buffer that the
- * next call overwrites; all zero when the service left it so. */
+/* Asks ifsvc_get_if_src_mac_addr for the MAC address of an iod. Gives 6 bytes in a static buffer
+ * that the next call overwrites; all zero when the service left it so. */
 const uint8_t *varn_get_if_src_mac_addr(uint32_t iod);
 
 /* ---- Flushing -------------------------------------------------------------------------------- */
@@ -604,13 +710,15 @@ const uint8_t *varn_get_if_src_mac_addr(uint32_t iod);
 void varn_flush_if_entry(varn_if_entry_t *entry, uint32_t opt);
 
 /*
- * The same for every entry. 1, or 0 when the cache is off or the walk could not start (reported).
+ * varn_flush_if_entry for every entry. 1, or 0 when the cache is off or the walk could not start
+ * (reported).
  */
 uint32_t varn_if_flush_all(uint32_t opt);
 
 /*
- * The same by identifier. A missing entry is created and filled first, as its creator would. While
- * the cache is off the first does nothing and the others mark the entry that stands in their table.
+ * varn_flush_if_entry by identifier. A missing entry is created and filled first, as its creator
+ * would. While the cache is off the first does nothing and the others mark the entry that stands in
+ * their table.
  */
 void varn_if_flush_if(uint32_t if_index, uint32_t opt);
 void varn_if_flush_iod(uint32_t iod, uint32_t opt);
@@ -624,29 +732,29 @@ void varn_if_flush_lif(uint32_t lif, uint32_t opt);
  * cache cannot tell: the attribute or the iod is not cached, or no entry can be had. A dirty value
  * is asked again of the service and kept.
  */
-uint32_t varn_ifsvc_is_linkup(uint32_t iod);
-uint32_t varn_ifsvc_is_protoup(uint32_t iod);
-uint32_t varn_ifsvc_is_switchport(uint32_t iod);
-uint32_t varn_ifsvc_is_switching_enabled_on_iod(uint32_t iod);
-uint32_t varn_ifsvc_is_ethernet(uint32_t iod);
-uint32_t varn_ifsvc_is_vlan(uint32_t iod);
-uint32_t varn_ifsvc_is_null0(uint32_t iod);
-uint32_t varn_ifsvc_is_native_p2p(uint32_t iod);
-uint32_t varn_ifsvc_is_loopback(uint32_t iod);
-uint32_t varn_ifsvc_is_mvpn_tunnel(uint32_t iod);
+uint32_t varn_ifsvc_is_linkup(uint32_t iod);                   /* the physical link is there */
+uint32_t varn_ifsvc_is_protoup(uint32_t iod);                  /* the line protocol is up */
+uint32_t varn_ifsvc_is_switchport(uint32_t iod);               /* an L2 port */
+uint32_t varn_ifsvc_is_switching_enabled_on_iod(uint32_t iod); /* an L2 port that forwards */
+uint32_t varn_ifsvc_is_ethernet(uint32_t iod);                 /* an Ethernet medium */
+uint32_t varn_ifsvc_is_vlan(uint32_t iod);        /* a VLAN sub-interface or VLAN interface */
+uint32_t varn_ifsvc_is_null0(uint32_t iod);       /* the null interface */
+uint32_t varn_ifsvc_is_native_p2p(uint32_t iod);  /* a point-to-point medium */
+uint32_t varn_ifsvc_is_loopback(uint32_t iod);    /* a loopback */
+uint32_t varn_ifsvc_is_mvpn_tunnel(uint32_t iod); /* a tunnel of a multicast VPN */
 
 /* Read off the type of the cached if-index: 24, 22, 7 and 5. No hit is counted and no dirty bit
- * asked; without an entry the service of the same name answers. */
-uint32_t varn_ifsvc_is_gre_tunnel(uint32_t iod);
-uint32_t varn_ifsvc_is_super_802_3ad(uint32_t iod);
-uint32_t varn_ifsvc_is_cbus(uint32_t iod);
-uint32_t varn_ifsvc_is_mgmtether(uint32_t iod);
+ * asked. 0 or 1; without an entry the answer of the service of the same name. */
+uint32_t varn_ifsvc_is_gre_tunnel(uint32_t iod);    /* a GRE tunnel */
+uint32_t varn_ifsvc_is_super_802_3ad(uint32_t iod); /* a port-channel */
+uint32_t varn_ifsvc_is_cbus(uint32_t iod);          /* of type 7 */
+uint32_t varn_ifsvc_is_mgmtether(uint32_t iod);     /* a management port */
 
-/* Never cached: each call is a request. */
-uint32_t varn_ifsvc_is_dci_tunnel(uint32_t iod);
-uint32_t varn_ifsvc_is_dci_overlay(uint32_t iod);
-uint32_t varn_ifsvc_is_6to4_tunnel(uint32_t iod);
-uint32_t varn_ifsvc_is_mpls_tunnel(uint32_t iod);
+/* Never cached: each call is a request. Gives the service's answer. */
+uint32_t varn_ifsvc_is_dci_tunnel(uint32_t iod);  /* a tunnel between data centres */
+uint32_t varn_ifsvc_is_dci_overlay(uint32_t iod); /* an overlay between data centres */
+uint32_t varn_ifsvc_is_6to4_tunnel(uint32_t iod); /* a 6to4 tunnel */
+uint32_t varn_ifsvc_is_mpls_tunnel(uint32_t iod); /* an MPLS tunnel */
 
 /* ---- Cached queries: values ------------------------------------------------------------------ */
 
@@ -715,7 +823,7 @@ uint32_t varn_ifsvc_is_extension1_set(uint32_t iod, uint32_t key);
 uint32_t varn_ifsvc_is_extension2_set(uint32_t iod, uint32_t key);
 uint32_t varn_ifsvc_is_extension3_set(uint32_t iod, uint32_t key);
 
-/* Store a value in the cache alone, whatever sync says; always 1, also when no entry can be had. A
+/* Store a value in the cache alone, whatever sync says. Always 1, also when no entry can be had. A
  * stored 0 is given back once and then asked again. The size of the private data is left alone. The
  * key is not used. */
 uint32_t varn_ifsvc_set_extension(uint32_t iod, uint32_t key, uint32_t value);
@@ -743,12 +851,13 @@ uintptr_t varn_ifsvc_get_private_data(uint32_t iod, uint32_t key, uint32_t *size
  * the cache is on. From the cache an interface without a port index gives 0 and *di 0xFFFFFFFF,
  * where the service gives an error.
  */
-uint32_t varn_lifsvc_query_lif_to_ifindex(int32_t lif, uint32_t *if_index);
-uint32_t varn_idxsvc_lib_ifidx_to_di(int32_t if_index, uint32_t *di);
-uint32_t varn_idxsvc_lib_si_to_ifidx(int32_t si, uint32_t *if_index);
+uint32_t varn_lifsvc_query_lif_to_ifindex(int32_t lif, uint32_t *if_index); /* lif to if-index */
+uint32_t varn_idxsvc_lib_ifidx_to_di(int32_t if_index, uint32_t *di); /* if-index to port index */
+uint32_t varn_idxsvc_lib_si_to_ifidx(int32_t si, uint32_t *if_index); /* port index to if-index */
 
-/* As above, but *lif is written only when the service was asked: an answer from the cache is 0,
- * also for an interface without a lif, and leaves the caller's variable as it was. */
+/* The lif of an if-index. 0 or a code, as above. *lif is written only when the service was asked:
+ * an answer from the cache is 0, also for an interface without a lif, and leaves the caller's
+ * variable as it was. */
 uint32_t varn_lifsvc_query_ifindex_to_lif(int32_t if_index, uint32_t *lif);
 
 /*
@@ -765,6 +874,13 @@ uint32_t varn_portsvc_gldb_get_ifindex_port_mode(uint32_t if_index, uint32_t *po
  * extension value of slot 0, decoded where there is a decoder, else the low 32 bits of what the
  * service gives. Without an entry a failure to get the iod is not told, and the rest is asked with
  * *iod as it stands: give it a value first.
+ *
+ *   is_linkup      place for a flag: the physical link is there
+ *   encap_type     place for the encapsulation type, 16 bits; 0 = not known
+ *   is_switchport  place for a flag: an L2 port
+ *   is_switching   place for a flag: an L2 port that forwards
+ *   is_protoup     place for a flag: the line protocol is up
+ *   private_data   place for 32 bits
  */
 uint32_t varn_get_if_l2_info_by_pi(uint32_t pi, uint32_t *if_index, uint32_t *iod,
                                    uint32_t *is_linkup, uint16_t *encap_type,
@@ -777,8 +893,11 @@ uint32_t varn_aggsvc_get_fop(uint32_t pc_ifindex, uint32_t *member);
 
 /* ---- Port-channel cache ---------------------------------------------------------------------- */
 
-/* Gives the entry of a port-channel or null; a missing one is created when create is not 0 (errno
- * is ENOMEM when memory was wanting). Null, without a look, while the cache is off. */
+/*
+ * Gives the entry of a port-channel or null (errno is ENOMEM when memory was wanting). Null,
+ * without a look, while the cache is off.
+ *   create  not 0: a missing one is created
+ */
 varn_pc_entry_t *varn_pc_create_entry(uint32_t pc_ifindex, int create);
 
 /* File an entry; take it out and free it. 1, or 0 for null (silently) and on failure (reported). */
@@ -793,9 +912,9 @@ uint32_t varn_pc_remove_entry_by_if_index(uint32_t pc_ifindex);
  * cache is off or port-channels are not cached. */
 uint32_t varn_pc_invalidate(uint32_t pc_ifindex);
 
-/* The same for the port-channel of a member port. Gives that port-channel's if-index, also when it
- * has no entry or the cache is off, or 0: port-channels not cached, no physical port, in no bundle,
- * or a failure (reported). */
+/* varn_pc_invalidate for the port-channel of a member port. Gives that port-channel's if-index,
+ * also when it has no entry or the cache is off, or 0: port-channels not cached, no physical port,
+ * in no bundle, or a failure (reported). */
 uint32_t varn_pc_invalidate_entry_by_phy_if(uint32_t port_ifindex);
 
 /*
@@ -803,6 +922,7 @@ uint32_t varn_pc_invalidate_entry_by_phy_if(uint32_t port_ifindex);
  * build stops) of a port-channel, from aggsvc_get_pc_mbr_ifidx_from_rbh, whose rbh is wider. 0 for
  * success and 1 for every failure (reported), never the service's code. While the cache is off with
  * port-channels still cached it fails without asking. *member is 0 unless the service wrote it.
+ *   rbh  hash bucket, 0 to 15
  */
 uint32_t varn_aggsvc_get_pc_mbr_ifidx_from_rbh(uint32_t pc_ifindex, uint8_t rbh, uint32_t *member);
 
@@ -857,21 +977,21 @@ uint32_t varn_pvlan_get_pvlan(int vlan, uint32_t *pvlan);
 
 /* Physical link state. */
 typedef struct varn_phy_update {
-    uint32_t if_index;
-    uint32_t iod;
-    uint8_t state; /* 2 = gone; any other value = there */
+    uint32_t if_index; /* of the interface */
+    uint32_t iod;      /* of the interface */
+    uint8_t state;     /* 2 = gone; any other value = there */
 } varn_phy_update_t;
 
 /* L2 protocol state, also of a bundle. */
 typedef struct varn_l2_update {
-    uint32_t if_index;
-    uint32_t iod;
+    uint32_t if_index;    /* of the interface */
+    uint32_t iod;         /* of the interface */
     uint8_t vlan_present; /* not 0: the record carries a VLAN */
     uint8_t reserved_9[5];
     uint8_t flags; /* VARN_L2_VLAN_A selects the VLAN field */
     uint8_t reserved_15;
-    uint8_t mac[6];
-    uint8_t state; /* 2 = down */
+    uint8_t mac[6]; /* source MAC address; all zero = not known */
+    uint8_t state;  /* 2 = down */
     uint8_t reserved_23;
     uint32_t mtu; /* 16 bits are kept */
     uint8_t reserved_28[8];
@@ -883,9 +1003,9 @@ typedef struct varn_l2_update {
 
 /* L3 protocol state, also of a bundle. */
 typedef struct varn_l3_update {
-    uint32_t if_index;
-    uint32_t iod;  /* 0 = not known; the L3-state handler fills it in */
-    uint8_t state; /* 1 = up; in a bundle 16 = link up, protocol down */
+    uint32_t if_index; /* of the interface */
+    uint32_t iod;      /* 0 = not known; the L3-state handler fills it in */
+    uint8_t state;     /* 1 = up; in a bundle 16 = link up, protocol down */
     uint8_t reserved_9[3];
     uint32_t mtu; /* 16 bits are kept */
 } varn_l3_update_t;
@@ -893,22 +1013,22 @@ typedef struct varn_l3_update {
 /* L3 parameters; which ones changed stands in a bitset_t beside it. */
 typedef struct varn_l3_param_update {
     uint32_t reserved_0;
-    uint32_t iod;
+    uint32_t iod; /* of the interface */
 } varn_l3_param_update_t;
 
 #define VARN_L3_PARAM_MTU 12 /* bit of the bitset: the MTU changed */
 
 /* Router MAC. */
 typedef struct varn_mac_update {
-    uint32_t if_index;
-    uint8_t mac[6]; /* all zero = removed */
+    uint32_t if_index; /* of the interface */
+    uint8_t mac[6];    /* all zero = removed */
     uint8_t reserved_10[6];
     uint32_t state; /* only printed */
 } varn_mac_update_t;
 
 /* First operational member of a port-channel. Every word is big-endian on every host. */
 typedef struct varn_fop_update {
-    uint32_t pc_ifindex;
+    uint32_t pc_ifindex; /* of the port-channel */
     uint32_t reserved_4;
     uint32_t old_member; /* if-index; 0 = none */
     uint32_t new_member; /* if-index; 0 = none */
@@ -940,15 +1060,18 @@ int32_t varn_update_l3_state(varn_l3_update_t *update);
  * entry; from varn_update_vlan 0 also when the VLAN is not cached and its service gives 0. A null
  * `changed` says that nothing else changed.
  */
-uint32_t varn_update_switchport(int32_t iod);
-uint32_t varn_update_l2_bundle_state(const varn_l2_update_t *update);
-uint32_t varn_update_l3_bundle_state(const varn_l3_update_t *update);
-uint32_t varn_update_l3_param(const varn_l3_param_update_t *update, const bitset_t *changed);
-uint32_t varn_update_vlan(int32_t iod);
-uint32_t varn_remove_extension0(int32_t iod);
+uint32_t varn_update_switchport(int32_t iod);                         /* being an L2 port, or not */
+uint32_t varn_update_l2_bundle_state(const varn_l2_update_t *update); /* L2 state of a bundle */
+uint32_t varn_update_l3_bundle_state(const varn_l3_update_t *update); /* L3 state of a bundle */
+uint32_t varn_update_l3_param(const varn_l3_param_update_t *update,
+                              const bitset_t *changed); /* MTU */
+uint32_t varn_update_vlan(int32_t iod);                 /* VLAN and port mode */
+uint32_t varn_remove_extension0(int32_t iod);           /* extension 0 is gone */
 
-/* Sets the linkup dirty bit of an entry to the low bit of `set`. Exactly one of iod and if_index is
- * given, the other is 0. 0, or -1. */
+/* Sets the linkup dirty bit of an entry. Exactly one of iod and if_index is given, the other is 0.
+ * 0, or -1.
+ *   set  its low bit: 1 is dirty
+ */
 int32_t varn_update_is_linkup_dirty_bit(int32_t iod, uint32_t if_index, int32_t set);
 
 /*
@@ -974,27 +1097,28 @@ uint32_t varn_update_aggsvc_fop(const varn_fop_update_t *update);
  * prints nothing then. The port-channel tables also need VARN_BIT_PC. A null entry prints nothing; a
  * null table prints as an empty one, and its statistics are reported as a failure.
  */
-void varn_print_global(uintptr_t arg); /* configuration, counters, hits and misses */
-void varn_dump(uintptr_t arg);         /* that, table statistics, iod bitmap */
-void varn_if_dump(uintptr_t arg);      /* every entry of the four interface tables */
-void varn_pc_dump(uintptr_t arg);
-void varn_vlan_dump(uintptr_t arg);
-void varn_print_stats(uintptr_t arg, ht_t *table);
+void varn_print_global(uintptr_t arg);             /* configuration, counters, hits and misses */
+void varn_dump(uintptr_t arg);                     /* that, table statistics, iod bitmap */
+void varn_if_dump(uintptr_t arg);                  /* every entry of the four interface tables */
+void varn_pc_dump(uintptr_t arg);                  /* every port-channel entry */
+void varn_vlan_dump(uintptr_t arg);                /* every VLAN entry */
+void varn_print_stats(uintptr_t arg, ht_t *table); /* load and chains of a table */
 void varn_dump_iod_bmp(uintptr_t arg); /* the words of varn_iodbmp that forbid something */
-void varn_if_print_table(uintptr_t arg, ht_t *table);
-void varn_iod_print_table(uintptr_t arg, ht_t *table);
-void varn_pi_print_table(uintptr_t arg, ht_t *table);
-void varn_lif_print_table(uintptr_t arg, ht_t *table);
-void varn_pc_print_table(uintptr_t arg, ht_t *table);
-void varn_vlan_print_table(uintptr_t arg, ht_t *table);
-void varn_if_entry_print(uintptr_t arg, const varn_if_entry_t *entry);
-void varn_if_print_iod(uintptr_t arg, uint32_t iod);
-void varn_pc_entry_print(uintptr_t arg, const varn_pc_entry_t *entry);
-void varn_pc_print(uintptr_t arg, uint32_t pc_ifindex);
-void varn_vlan_entry_print(uintptr_t arg, const varn_vlan_entry_t *entry);
-void varn_vlan_print(uintptr_t arg, uint16_t vlan);
+void varn_if_print_table(uintptr_t arg, ht_t *table);   /* every entry of the If table */
+void varn_iod_print_table(uintptr_t arg, ht_t *table);  /* every entry of the Iod table */
+void varn_pi_print_table(uintptr_t arg, ht_t *table);   /* every entry of the Pi table */
+void varn_lif_print_table(uintptr_t arg, ht_t *table);  /* every entry of the Lif table */
+void varn_pc_print_table(uintptr_t arg, ht_t *table);   /* every entry of the PC table */
+void varn_vlan_print_table(uintptr_t arg, ht_t *table); /* every entry of the VLAN table */
+void varn_if_entry_print(uintptr_t arg, const varn_if_entry_t *entry); /* one interface */
+void varn_if_print_iod(uintptr_t arg, uint32_t iod);                   /* the interface of an iod */
+void varn_pc_entry_print(uintptr_t arg, const varn_pc_entry_t *entry); /* one port-channel */
+void varn_pc_print(uintptr_t arg, uint32_t pc_ifindex); /* the port-channel of an if-index */
+void varn_vlan_entry_print(uintptr_t arg, const varn_vlan_entry_t *entry); /* one VLAN */
+void varn_vlan_print(uintptr_t arg, uint16_t vlan); /* the VLAN of that number */
 
-/* Gives "0011.2233.4455" for six bytes, in one of 8 static buffers used in turn. */
+/* Gives "0011.2233.4455" for the six bytes of an address, in one of 8 static buffers used in turn.
+ * */
 const char *varn_format_mac(const uint8_t *mac);
 
 #pragma GCC visibility pop
