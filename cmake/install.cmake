@@ -21,7 +21,23 @@ if(VARN_DEVICE)
         examples/CMakeLists.txt examples/links.c examples/watch.cpp shell/follower.h shell/follower.cpp
         DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
     install(DIRECTORY docs/examples/inventory DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+
+    # Where bash and fish look; zsh looks elsewhere on each system.
+    set(VARN_ZSH_COMPLETIONS "${CMAKE_INSTALL_DATADIR}/zsh/site-functions" CACHE STRING
+        "Folder of zsh's completions below the prefix")
+    foreach(program varnsh varnctl varn-deviced)
+        install(FILES packaging/completions/bash/${program}
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions)
+        install(FILES packaging/completions/zsh/_${program} DESTINATION ${VARN_ZSH_COMPLETIONS})
+        install(FILES packaging/completions/fish/${program}.fish
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d)
+    endforeach()
 endif()
+
+# A whole device to begin a port from; docs/porting.md goes through it.
+install(DIRECTORY examples/minimal-port DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples)
+install(FILES tests/contract/contract_world.h docs/porting.md
+    DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples/minimal-port)
 
 # Each library has an export of its own, so that a package may have one without the other.
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/varn)

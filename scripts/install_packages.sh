@@ -1,17 +1,19 @@
 #!/bin/sh
 # SPDX-License-Identifier: Apache-2.0
 # Installs the Debian packages that a target of ./run needs and the machine lacks.
-# usage: install_packages.sh build|check|fuzz|coverage|kernel|bench|cross
+# usage: install_packages.sh build|check|fuzz|coverage|deb|kernel|reference|bench|cross
 set -eu
 
 build='cmake ninja-build gcc g++ pkg-config iproute2 libsystemd-dev libnl-route-3-dev libcli11-dev
-    libfmt-dev nlohmann-json3-dev libedit-dev googletest libbenchmark-dev'
+    libfmt-dev nlohmann-json3-dev libedit-dev googletest libbenchmark-dev systemtap-sdt-dev'
 cross="$build g++-i686-linux-gnu g++-s390x-linux-gnu g++-aarch64-linux-gnu qemu-user"
 check="$cross clang clang-format clang-tidy libclang-rt-14-dev valgrind
-    binutils cppcheck mandoc python3-jsonschema python3-prometheus-client"
+    gdb bpftrace binutils abigail-tools zsh fish cppcheck mandoc python3-jsonschema python3-prometheus-client"
 fuzz="$build clang libclang-rt-14-dev"
 coverage="$check clang-19 llvm-19 libclang-rt-19-dev python3"
+deb="$build qemu-system-x86 cpio debhelper dpkg-dev fakeroot lintian debootstrap git"
 kernel="$build qemu-system-x86 busybox-static cpio kmod"
+reference='doxygen python3'
 bench="$build libboost-dev libabsl-dev libglib2.0-dev liburcu-dev valgrind python3 python3-matplotlib"
 
 case "$1" in
@@ -19,11 +21,13 @@ build) wanted=$build ;;
 check) wanted=$check ;;
 fuzz) wanted=$fuzz ;;
 coverage) wanted=$coverage ;;
+deb) wanted=$deb ;;
 kernel) wanted=$kernel ;;
+reference) wanted=$reference ;;
 bench) wanted=$bench ;;
 cross) wanted=$cross ;;
 *)
-    echo "usage: install_packages.sh build|check|fuzz|coverage|kernel|bench|cross" >&2
+    echo "usage: install_packages.sh build|check|fuzz|coverage|deb|kernel|reference|bench|cross" >&2
     exit 2
     ;;
 esac

@@ -75,4 +75,11 @@ done
 kill "$service" && wait "$service" || true
 service=''
 rm "$work/service.log"
+
+# The device in memory needs no service.
+cmake -S "$examples/minimal-port" -B "$work/by-cmake/minimal-port" -DCMAKE_PREFIX_PATH="$prefix" \
+    -DCMAKE_CXX_COMPILER="$cxx" >"$work/cmake.log"
+cmake --build "$work/by-cmake/minimal-port" >>"$work/cmake.log" || { cat "$work/cmake.log"; exit 1; }
+"$work/by-cmake/minimal-port/minimal_port_client" >"$work/said"
+grep -q '^told: port1 is up' "$work/said" || { cat "$work/said"; fail "the minimal port did not tell its change"; }
 echo "install: shared and static, by pkg-config and by CMake: built and run"
