@@ -4,7 +4,7 @@
 // goes up or down. follower.cpp, which hands every notice to the handler of the cache, is the one of
 // varnsh and can be taken as it is.
 //
-//   watch [CHANGES]     ends after that many lines; without it, never
+//   watch [CHANGES]     ends after at least that many lines; without it, never
 #include <poll.h>
 
 #include <cinttypes>

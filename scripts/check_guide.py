@@ -27,7 +27,7 @@ import tempfile
 import time
 
 GUIDE = "docs/guide.md"
-SAID = re.compile(r"\./run (\w+)$|sudo apt install \./build/deb/\*\.deb$|cd libvarn_platform$|"
+SAID = re.compile(r"\./run (\w+)$|sudo apt install \./build/deb/\*\.deb$|"
                   r"sudo adduser \"\$USER\" varn$")
 PATIENCE = 60  # seconds for one command
 
