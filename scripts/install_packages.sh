@@ -8,7 +8,7 @@ build='cmake ninja-build gcc g++ pkg-config iproute2 libsystemd-dev libnl-route-
     libfmt-dev nlohmann-json3-dev libedit-dev googletest libbenchmark-dev systemtap-sdt-dev'
 cross="$build g++-i686-linux-gnu g++-s390x-linux-gnu g++-aarch64-linux-gnu qemu-user"
 check="$cross clang clang-format clang-tidy libclang-rt-14-dev valgrind
-    gdb bpftrace binutils abigail-tools zsh fish cppcheck mandoc python3-jsonschema python3-prometheus-client"
+    gdb bpftrace binutils abigail-tools zsh fish cppcheck doxygen mandoc python3-jsonschema python3-prometheus-client"
 fuzz="$build clang libclang-rt-14-dev"
 coverage="$check clang-19 llvm-19 libclang-rt-19-dev python3"
 deb="$build qemu-system-x86 cpio debhelper dpkg-dev fakeroot lintian debootstrap git"

@@ -45,8 +45,7 @@
  *      function says so.
  *   4. Two threads in the library at once.
  *   5. A call of anything but varn_cleanup between varn_cleanup and varn_init.
- *   6. A callback that removes an entry that the call is not done with, be it by a refresh that
- *      fails.
+ *   6. A callback that removes the entry that the call works on, be it by a refresh that fails.
  *   7. A callback that makes, refreshes or removes an interface entry, or makes or removes a VLAN or
  *      port-channel entry, while a table of entries is printed or all entries are flushed.
  *   8. A callback that calls varn_init, varn_cleanup, varn_disable_cache or varn_restore_cache.
@@ -427,7 +426,8 @@ typedef struct varn_vlan_counters {
     uint64_t pvlan;  /* primary VLAN */
 } varn_vlan_counters_t;
 
-/* Everything that the cache knows. A client reads it; only the library writes. */
+/* Everything that the cache knows. A client reads it; only the library writes, but for
+ * config.create_on_miss. */
 typedef struct varn_global {
     /* Tables. One that the configuration does not ask for is all zero. */
     ht_t if_table;   /* varn_if_entry_t by if_index */
@@ -1076,8 +1076,8 @@ int32_t varn_update_is_linkup_dirty_bit(int32_t iod, uint32_t if_index, int32_t 
 
 /*
  * Router MAC, which is stored as it is. 0, or -1 when MAC addresses are not cached or there is no
- * entry. varn_enabled is not asked. An entry whose iod is dirty is refreshed first, and removed if
- * that fails for another iod.
+ * entry. varn_enabled is not asked. An entry whose iod is dirty is refreshed first; where the service
+ * gives another iod, what stands under that one is removed.
  */
 int32_t varn_update_router_mac(const varn_mac_update_t *update);
 
