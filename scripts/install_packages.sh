@@ -7,10 +7,10 @@ set -eu
 build='cmake ninja-build gcc g++ pkg-config iproute2 libsystemd-dev libnl-route-3-dev libcli11-dev
     libfmt-dev nlohmann-json3-dev libedit-dev googletest libbenchmark-dev systemtap-sdt-dev'
 cross="$build g++-i686-linux-gnu g++-s390x-linux-gnu g++-aarch64-linux-gnu qemu-user"
-check="$cross clang clang-format clang-tidy libclang-rt-14-dev valgrind
+check="$cross clang clang-format clang-tidy libclang-rt-14-dev clang-19 llvm-19 libclang-rt-19-dev valgrind
     gdb bpftrace binutils abigail-tools zsh fish cppcheck doxygen mandoc python3-jsonschema python3-prometheus-client"
 fuzz="$build clang libclang-rt-14-dev"
-coverage="$check clang-19 llvm-19 libclang-rt-19-dev python3"
+coverage="$check"
 deb="$build qemu-system-x86 cpio debhelper dpkg-dev fakeroot lintian debootstrap git"
 kernel="$build qemu-system-x86 busybox-static cpio kmod"
 reference='doxygen python3'
