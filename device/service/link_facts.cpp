@@ -53,21 +53,26 @@ nlattr *nested(nlattr *outer, int which)
                : last_of(static_cast<nlattr *>(nla_data(outer)), nla_len(outer), which);
 }
 
+// 0 where it is not there, or has no byte.
+u8 byte_of(const nlattr *found)
+{
+    return found == nullptr || nla_len(found) < 1 ? u8{0} : nla_get_u8(found);
+}
+
 bool is_forwarding_bridge_port(nl_msg *message)
 {
     nlattr *info = attribute(message, IFLA_LINKINFO);
     const nlattr *kind = nested(info, IFLA_INFO_SLAVE_KIND);
     if (kind == nullptr || nla_strcmp(kind, "bridge") != 0)
         return false;
-    const nlattr *state = nested(nested(info, IFLA_INFO_SLAVE_DATA), IFLA_BRPORT_STATE);
-    return state != nullptr && nla_get_u8(state) == BR_STATE_FORWARDING;
+    return byte_of(nested(nested(info, IFLA_INFO_SLAVE_DATA), IFLA_BRPORT_STATE)) ==
+           BR_STATE_FORWARDING;
 }
 
 bool is_filtering_bridge(nl_msg *message)
 {
     nlattr *data = nested(attribute(message, IFLA_LINKINFO), IFLA_INFO_DATA);
-    const nlattr *filtering = nested(data, IFLA_BR_VLAN_FILTERING);
-    return filtering != nullptr && nla_get_u8(filtering) != 0;
+    return byte_of(nested(data, IFLA_BR_VLAN_FILTERING)) != 0;
 }
 
 void read_state(rtnl_link *link, link_facts &facts)
@@ -98,6 +103,11 @@ void read_medium(rtnl_link *link, link_facts &facts)
 bool has_data_of_kind(nl_msg *message)
 {
     return nested(attribute(message, IFLA_LINKINFO), IFLA_INFO_DATA) != nullptr;
+}
+
+bool has_statistics_of_kind(nl_msg *message)
+{
+    return nested(attribute(message, IFLA_LINKINFO), IFLA_INFO_XSTATS) != nullptr;
 }
 
 // IFLA_LINK means "stands on" for a VLAN link only: a veth names its peer there.
@@ -143,10 +153,16 @@ void on_object(nl_object *object, void *argument)
 
 } // namespace
 
+bool is_description(nl_msg *message)
+{
+    return nlmsg_hdr(message)->nlmsg_type == RTM_NEWLINK &&
+           (has_data_of_kind(message) || !has_statistics_of_kind(message));
+}
+
 bool read_link_facts(nl_msg *message, link_facts &facts)
 {
     target to = {message, &facts};
-    if (nlmsg_hdr(message)->nlmsg_type != RTM_NEWLINK)
+    if (!is_description(message))
         return false;
     return nl_msg_parse(message, on_object, &to) >= 0 && facts.key != 0;
 }

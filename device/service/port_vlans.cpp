@@ -13,6 +13,7 @@
 #include <netlink/route/link/bridge.h>
 
 #include "if_index.h"
+#include "link_facts.h"
 
 namespace device
 {
@@ -33,7 +34,8 @@ bool is_about_a_card(nl_msg *message)
         return false;
     const nlattr *flags =
         nla_find(static_cast<nlattr *>(nla_data(spec)), nla_len(spec), IFLA_BRIDGE_FLAGS);
-    return flags != nullptr && (nla_get_u16(flags) & BRIDGE_FLAGS_SELF) != 0;
+    return flags != nullptr && nla_len(flags) >= static_cast<int>(sizeof(u16)) &&
+           (nla_get_u16(flags) & BRIDGE_FLAGS_SELF) != 0;
 }
 
 carried_vlans read_list(const rtnl_link_bridge_vlan &list)
@@ -101,7 +103,7 @@ bool filters(const device_model &model, const interface *carrier)
 bool read_port_vlans(nl_msg *message, u32 &key, carried_vlans &vlans)
 {
     port found;
-    if (nlmsg_hdr(message)->nlmsg_type != RTM_NEWLINK || is_about_a_card(message) ||
+    if (!is_description(message) || is_about_a_card(message) ||
         nl_msg_parse(message, on_object, &found) < 0 || found.key == 0)
         return false;
     key = found.key;

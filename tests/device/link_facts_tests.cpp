@@ -155,6 +155,25 @@ TEST_F(LinkFacts, OfALinkThatKeepsItsDataToItselfAreWithoutThem)
     EXPECT_EQ(read().table, 0u);
 }
 
+// libnl would read data that are not there.
+TEST_F(LinkFacts, AreNotReadWhereALinkHasStatisticsOfItsKindAndNoData)
+{
+    link(8, "eth0.100", 0);
+    nlattr *info = nla_nest_start(message.get(), IFLA_LINKINFO);
+    nla_put_string(message.get(), IFLA_INFO_KIND, "vlan");
+    number(IFLA_INFO_XSTATS, 0);
+    nla_nest_end(message.get(), info);
+    device::link_facts facts;
+    EXPECT_FALSE(device::read_link_facts(message.get(), facts));
+}
+
+TEST_F(LinkFacts, OfAFlagWithoutAByteAreThatItIsNotSet)
+{
+    link(12, "br0", IFF_UP);
+    kind("bridge", IFLA_BR_VLAN_FILTERING, 0, 0);
+    EXPECT_FALSE(read().filters_vlans);
+}
+
 TEST_F(LinkFacts, OfALinkThatIsDescribedTwiceAreThoseOfTheLastDescription)
 {
     link(8, "eth0.100", 0);
