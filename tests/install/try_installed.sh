@@ -64,9 +64,13 @@ for program in by-pkg-config/links-shared by-pkg-config/links-static by-cmake/sh
     esac
 done
 for program in by-pkg-config/watch-shared by-pkg-config/watch-static by-cmake/shared/watch by-cmake/static/watch; do
+    : >"$work/said" # the last program's words are not this one's
     "$work/$program" 1 >"$work/said" &
     watcher=$!
-    until grep -q '^watching' "$work/said"; do sleep 0.1; done
+    until grep -q '^watching' "$work/said"; do
+        kill -0 "$watcher" || fail "$program ended at once"
+        sleep 0.1
+    done
     "$prefix/bin/varnctl" set port1 link down
     wait $watcher
     "$prefix/bin/varnctl" set port1 link up
