@@ -45,7 +45,8 @@ _Static_assert(offsetof(aggsvc_pc_for_port_t, pc_ifindex) == 6, "membership reco
 uint32_t aggsvc_get_pc_info(aggsvc_pc_info_t *info);
 
 /*
- * Gives the port-channel that a port belongs to. Success with pc_ifindex 0 means: in none.
+ * Gives the port-channel that a port belongs to. Success with pc_ifindex 0 means: in none, also of a
+ * known interface that is no port. An interface that is not known is an error.
  *   port_ifindex  if-index of the port.
  *   membership    takes the port-channel.
  * 0, or an error code.
@@ -53,9 +54,10 @@ uint32_t aggsvc_get_pc_info(aggsvc_pc_info_t *info);
 uint32_t aggsvc_get_pc_for_port(uint32_t port_ifindex, aggsvc_pc_for_port_t *membership);
 
 /*
- * Gives the member port that serves a hash bucket of a port-channel.
+ * Gives the member port that serves a hash bucket of a port-channel. A bucket that no member serves
+ * is an error: a success with 0 would be kept by a cache as a member.
  *   pc_ifindex   if-index of the port-channel.
- *   rbh          hash bucket, 0 to 15.
+ *   rbh          hash bucket, 0 to 15; more is the caller's fault, and an error.
  *   mbr_ifindex  takes the member's if-index.
  * 0, or an error code.
  */

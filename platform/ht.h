@@ -6,6 +6,7 @@
  * which belong to the table while the record stands in it; their position within the record is
  * fixed when the table is initialised. One record may stand in several tables by carrying several
  * links. The table never copies, allocates or frees a record, and an insert allocates nothing.
+ * A table holds at least 32767 records, one for each iod.
  *
  * What the cache relies on, for every implementation:
  *   1. Keys are read through the three callbacks and never copied. A key does not change while its
@@ -92,14 +93,15 @@ uint32_t ht_init(ht_t *table, uint32_t flags, uint32_t link_position, uint32_t n
                  ht_keys_equal_fn keys_equal);
 
 /*
- * Releases what ht_init and the inserts took and leaves the table as never initialised. The records
- * are not touched. Returns non-zero; 0 only for a null table.
+ * Releases what ht_init took and leaves the table as never initialised. The records are not touched.
+ * Returns non-zero; 0 only for a null table.
  */
 uint32_t ht_cleanup(ht_t *table);
 
 /*
  * Files a record under its key. flags is 0. Calls no allocator. Returns 0, with nothing changed,
- * for a null record, a duplicate key, a record that already stands in the table, and a full table.
+ * for a null record, a duplicate key, a record that already stands in the table, and a table that
+ * is full, which is not before it holds 32767 records.
  */
 uint32_t ht_insert(ht_t *table, void *entry, uint32_t flags);
 
@@ -127,7 +129,9 @@ uint32_t ht_iterator_init(ht_iterator_t *iterator, ht_t *table, uint32_t start,
  */
 void *ht_iterator_next(ht_iterator_t *iterator);
 
-/* Fills *stats. Returns 0 only for a null argument. */
+/*
+ * Fills *stats. Returns 0 only for a null argument; for a null table *stats is zeroed all the same.
+ */
 uint32_t ht_get_stats(ht_t *table, ht_stats_t *stats);
 
 #ifdef __cplusplus

@@ -12,7 +12,7 @@
  *   4. A query that returns a code gives 0 for success and an error code otherwise, unless its
  *      comment says otherwise; outputs are written on success only.
  *   5. Texts and blocks that are returned by pointer belong to the client library and stay valid
- *      until its next call.
+ *      until its next call, also when their interface goes meanwhile.
  *   6. No call runs a callback of its caller: notifications are handed out only where the client
  *      asks for them.
  *
@@ -81,9 +81,10 @@ uint32_t ifsvc_is_if_mac_addr(uint32_t iod, const uint8_t *mac);
 
 /*
  * Gives the access VLAN of a switchport (info->vlan) and its port mode; a device may give the VLAN
- * of a VLAN (sub-)interface too.
+ * of a VLAN (sub-)interface too. For what is neither: an error, or a success with VLAN 0 and port
+ * mode 0. Only a switchport's mode is given here.
  *   info       takes the instance and the VLAN; VLAN 0 = none.
- *   port_mode  takes the port mode, the device's own number.
+ *   port_mode  takes the port mode, the device's own number; 0 for what is no switchport.
  * Returns 1 on success; on any other result the outputs are not to be used.
  */
 uint32_t ifsvc_get_vlan_info(uint32_t iod, vlan_key_t *info, uint32_t *port_mode);
@@ -97,7 +98,7 @@ uint32_t ifsvc_get_iod_frm_ifindex(uint32_t if_index, uint32_t *iod);
 
 /*
  * Gives the iod of a VLAN's interface (SVI), or 0 where there is none.
- *   vinst  virtual device instance.
+ *   vinst  virtual device instance, from supvr_vinst_get; in another one there is none.
  *   vlan   VLAN id, 1 to 4094.
  */
 uint32_t ifsvc_get_svi_iod_for_vlan(uint16_t vinst, uint32_t vlan);
@@ -110,7 +111,7 @@ const char *ifsvc_get_if_name(uint32_t iod);
  * Writes the interface's name, cut to fit and always ended by a zero. A failing call leaves an
  * empty text.
  *   buffer  takes the name.
- *   size    bytes of the buffer.
+ *   size    bytes of the buffer, at least 1.
  * 0, or an error code.
  */
 uint32_t ifsvc_get_ifindex_name(uint32_t if_index, char *buffer, uint32_t size);

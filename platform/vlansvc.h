@@ -29,7 +29,7 @@ _Static_assert(sizeof(vlan_key_t) == 6 && offsetof(vlan_key_t, vlan) == 2, "vlan
 
 /*
  * Gives the bridge domain of a VLAN.
- *   key  the VLAN.
+ *   key  the VLAN; one of another instance than supvr_vinst_get gives is not known.
  *   bd   takes the bridge domain.
  * 0, or an error code.
  */
@@ -37,7 +37,7 @@ uint32_t vlan_get_bd(vlan_key_t key, uint16_t *bd);
 
 /*
  * Gives the bridge domain of a VLAN and the primary VLAN that it belongs to.
- *   key           the VLAN.
+ *   key           the VLAN; one of another instance than supvr_vinst_get gives is not known.
  *   bd            takes the bridge domain.
  *   primary_vlan  takes the primary VLAN: the VLAN itself where it is none's secondary.
  * 0, or an error code.

@@ -80,7 +80,8 @@ cmake --build "$build" --target port_link_check >"$log" 2>&1 || { name_what_is_m
     { show_log; fail "a program that needs nothing but '$target' cannot be linked"; }
 echo "check-contract: all $(wc -l <"$build/functions.txt") functions of platform/ are there"
 cmake --build "$build" --target port_contract_tests >"$log" 2>&1 ||
-    { show_log; fail "the suite could not be built over '$target'; $port/contract_world.c or .cpp is part of it"; }
+    { show_log; fail "the suite could not be built over '$target'; $port/contract_world.c or .cpp is part of it
+check-contract: what calls the cache belongs to a second target '${target}_world', linked to the hooks"; }
 [ -f "$port/contract_world.c" ] || [ -f "$port/contract_world.cpp" ] ||
     echo "check-contract: there is no contract_world.c or contract_world.cpp in $port: no request can be examined"
 

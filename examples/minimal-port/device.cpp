@@ -24,6 +24,7 @@ std::map<u32, interface> interfaces; // by iod
 std::map<u32, vlan> vlans;
 std::deque<change> changes; // the oldest first
 bool is_silent;
+u32 unanswered;
 
 // A client that does not listen loses the queue as a whole, and is told so.
 void enqueue(const change &noted)
@@ -31,6 +32,12 @@ void enqueue(const change &noted)
     if (changes.size() == most_changes)
         changes.assign(1, change{lost, 0, 0, 0, 0});
     changes.push_back(noted);
+}
+
+bool answers()
+{
+    unanswered += is_silent ? 1 : 0;
+    return !is_silent;
 }
 
 template <class values, class condition>
@@ -59,20 +66,22 @@ void leave(const interface &port)
 
 const interface *find(what by, u32 value)
 {
-    return is_silent || value == none
+    return !answers() || value == none
                ? nullptr
                : find_where(interfaces, [=](auto &each) { return each.values[by] == value; });
 }
 
 const vlan *find_vlan(u32 number)
 {
-    return is_silent || !vlans.contains(number) ? nullptr : &vlans[number];
+    return !answers() || !vlans.contains(number) ? nullptr : &vlans[number];
 }
 
 const vlan *find_bridge_domain(u32 bd)
 {
-    return is_silent ? nullptr : find_where(vlans, [=](const vlan &each) { return each.bd == bd; });
+    return answers() ? find_where(vlans, [=](const vlan &each) { return each.bd == bd; }) : nullptr;
 }
+
+u32 num_unanswered() { return unanswered; }
 
 // ---- Changing
 

@@ -73,6 +73,7 @@ struct change {
 const interface *find(what by, u32 value);
 const vlan *find_vlan(u32 number);
 const vlan *find_bridge_domain(u32 bd);
+u32 num_unanswered(); // questions that the silent device was asked
 
 // ---- Changing
 

@@ -115,13 +115,25 @@ void take(const change &told)
     }
 }
 
+// A handler asked, nobody answered, and a 0 may have been kept: who wants to know asks again.
+void forget_interface_of(const change &told)
+{
+    varn_if_remove_entry_by_iod(told.iod);
+    varn_if_remove_entry_by_if(told.if_index);
+}
+
 } // namespace
 
+// While the cache is off its handlers do nothing: the changes wait until it is on again.
 void dispatch()
 {
     change told{};
-    while (next_change(told))
+    while (varn_is_enabled() != 0 && next_change(told)) {
+        const u32 before = num_unanswered();
         take(told);
+        if (num_unanswered() != before)
+            forget_interface_of(told);
+    }
 }
 
 } // namespace minimal

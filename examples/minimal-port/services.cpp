@@ -164,10 +164,13 @@ uint32_t ifsvc_is_ifindex_svi(uint32_t of)
 
 // ---- Names, extensions, blocks
 
+// A copy, because the interface may be gone before the caller is done with it.
 const char *ifsvc_get_if_name(uint32_t of)
 {
+    static std::string name;
     const interface *found = find(iod, of);
-    return found == nullptr ? "(no such interface)" : found->name.c_str();
+    name = found == nullptr ? "(no such interface)" : found->name;
+    return name.c_str();
 }
 
 uint32_t ifsvc_get_ifindex_name(uint32_t of, char *buffer, uint32_t size)
@@ -183,7 +186,7 @@ uint32_t ifsvc_is_extension_set(uint32_t of, uint32_t key)
     return data_under(of, key).extension != 0;
 }
 
-// A copy, because the interface may be gone before the caller is done with the block.
+// A copy as well.
 uintptr_t ifsvc_get_private_data(uint32_t of, uint32_t key, uint32_t *size)
 {
     static std::string block;

@@ -16,6 +16,8 @@
  *      choice, but for what the kinds below say.
  *   5. The suite takes a port out of its port-channel before the port-channel goes, and a
  *      sub-interface away before what it stands on. A primary VLAN is there before its secondaries.
+ *      It never gives one port index or one lif to two interfaces, nor one bridge domain to two
+ *      VLANs.
  *   6. Results: CONTRACT_DONE, CONTRACT_CANNOT, and anything else for a failure, which fails the
  *      test.
  *
@@ -58,12 +60,14 @@ typedef enum contract_value {
     CONTRACT_LINKUP,     /* 0 or 1: ifsvc_is_linkup */
     CONTRACT_PROTOUP,    /* 0 or 1: ifsvc_is_protoup */
     CONTRACT_SWITCHPORT, /* 0 or 1: ifsvc_is_switchport */
-    CONTRACT_SWITCHING,  /* 0 or 1, of a switchport: ifsvc_is_switching_enabled_on_iod */
+    CONTRACT_SWITCHING,  /* 0 or 1, of a switchport: ifsvc_is_switching_enabled_on_iod. What it is
+                            when the port is none any more, the device says */
     CONTRACT_P2P,        /* 0 or 1: ifsvc_is_native_p2p */
     CONTRACT_MTU,        /* ifsvc_get_if_mtu */
     CONTRACT_ENCAP,      /* ifsvc_get_if_encaptype */
     CONTRACT_VLAN,       /* access VLAN of a switchport; 0 = none: ifsvc_get_vlan_info */
-    CONTRACT_PORT_MODE,  /* ifsvc_get_ifindex_port_mode_list, and ifsvc_get_vlan_info */
+    CONTRACT_PORT_MODE,  /* ifsvc_get_ifindex_port_mode_list; and, of a switchport,
+                            ifsvc_get_vlan_info */
     CONTRACT_CONTEXT,    /* vrfsvc_if_get_context_id */
     CONTRACT_BASE_TABLE, /* vrfsvc_if_get_table_id of family 1 and "base" */
     CONTRACT_PI,         /* port index; 0xFFFFFFFF = none: idxsvc_lib_ifidx_to_di */
@@ -95,10 +99,12 @@ typedef struct contract_world {
     /* Names the first operational member of a port-channel; null = there is none. */
     uint32_t (*set_first_member)(const char *pc, const char *port);
 
-    /* Names the member that serves a hash bucket (0 to 15). */
+    /* Names the member that serves a hash bucket (0 to 15). No bucket has two, and one that was
+     * never named has none. */
     uint32_t (*set_bucket)(const char *pc, uint32_t rbh, const char *port);
 
-    /* Makes a VLAN or changes it, and takes it away. */
+    /* Makes a VLAN or changes it, and takes it away. primary is the VLAN itself where it is none's
+     * secondary. */
     uint32_t (*put_vlan)(uint32_t vlan, uint32_t bd, uint32_t flood_di, uint32_t primary);
     uint32_t (*remove_vlan)(uint32_t vlan);
 
@@ -107,7 +113,9 @@ typedef struct contract_world {
     uint32_t (*start)(void);
 
     /* Hands everything that changed to the handlers of the cache in this process (docs/notices.md
-     * and docs/porting.md), and returns when nothing waits. Called on the thread of the tests. */
+     * and docs/porting.md), and returns when nothing waits. Called on the thread of the tests. While
+     * the cache is off (varn_is_enabled gives 0) handlers do nothing: what changed then is told, or
+     * everything is forgotten, by the first call after that. */
     uint32_t (*dispatch)(void);
 
     /* Whether the event history of `uuid` holds a record of these bytes: CONTRACT_DONE or
@@ -115,7 +123,9 @@ typedef struct contract_world {
     uint32_t (*history_holds)(uint32_t uuid, const void *record, uint32_t length);
 } contract_world_t;
 
-/* Gives the hooks. They stay where they are while the process lives. */
+/* Gives the hooks. They stay where they are while the process lives. The suite asks for them before
+ * its first test, whichever that is; so what a device must be told before its first use, the name
+ * of its history among it, may be done here. */
 const contract_world_t *contract_world_hooks(void);
 
 #ifdef __cplusplus

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <vector>
 
 using namespace ht_contract;
 
@@ -300,4 +301,18 @@ TEST(ht_two_tables, ARecordStandsInBothThroughItsTwoLinks)
     EXPECT_EQ(ht_lookup(&numbers.ht, &b.number), &b);
     EXPECT_EQ(ht_lookup(&letters.ht, &a.letter), &a);
     EXPECT_EQ(ht_lookup(&letters.ht, &b.letter), &b);
+}
+
+TEST(ht_capacity, ATableHoldsARecordForEachIod)
+{
+    table_t table;
+    ASSERT_NE(init<record>(table, 16384), 0u);
+    std::vector<record> entries(32767);
+    for (uint32_t i = 0; i < entries.size(); ++i) {
+        entries[i].key = i + 1;
+        ASSERT_NE(ht_insert(&table.ht, &entries[i], 0), 0u) << "record " << i;
+    }
+    EXPECT_EQ(table.ht.num_entries, entries.size());
+    for (record &entry : entries)
+        ASSERT_EQ(ht_lookup(&table.ht, &entry.key), &entry) << "record " << entry.key - 1;
 }

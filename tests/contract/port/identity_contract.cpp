@@ -99,6 +99,14 @@ TEST_F(identity, ANameOutlivesCallsOfOtherServices)
     EXPECT_EQ(std::string(name), port.name);
 }
 
+TEST_F(identity, ANameOutlivesItsInterfaceUntilTheNextCall)
+{
+    const char *name = ifsvc_get_if_name(port.iod);
+    GIVEN(remove(port));
+    reuse_freed_memory();
+    EXPECT_EQ(std::string(name), port.name);
+}
+
 TEST_F(identity, ANameIsCutToItsBufferAndEndedByAZero)
 {
     for (u32 size = 1; size <= 8; ++size) {
@@ -114,17 +122,10 @@ TEST_F(identity, ANameIsCutToItsBufferAndEndedByAZero)
 
 // ---- The virtual device instance
 
-namespace
-{
-
-const u16 vinst_at_start = supvr_vinst_get();
-
-} // namespace
-
 TEST(supvr_vinst_get, IsTheSameWhileTheProcessLives)
 {
     for (int n = 0; n < 1000; ++n)
-        ASSERT_EQ(supvr_vinst_get(), vinst_at_start);
+        ASSERT_EQ(supvr_vinst_get(), vinst_at_start());
 }
 
 // ---- Kinds
@@ -268,6 +269,8 @@ TEST_F(vlan_interface, IsFoundByItsVlanAndNotWhenItIsGone)
 {
     EXPECT_EQ(ifsvc_get_svi_iod_for_vlan(supvr_vinst_get(), svi_vlan), svi.iod);
     EXPECT_EQ(ifsvc_get_svi_iod_for_vlan(supvr_vinst_get(), svi_vlan + 1), 0u);
+    const auto elsewhere = static_cast<u16>(supvr_vinst_get() + 1);
+    EXPECT_EQ(ifsvc_get_svi_iod_for_vlan(elsewhere, svi_vlan), 0u) << "in another instance";
     GIVEN(remove(svi));
     EXPECT_EQ(ifsvc_get_svi_iod_for_vlan(supvr_vinst_get(), svi_vlan), 0u);
 }

@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "ifsvc.h"
+#include "supvr.h"
 
 namespace port_contract
 {
@@ -38,9 +39,34 @@ bool is_taken(u32 iod)
     return ifsvc_get_ifindex_frm_iod(iod, &if_index) == 0;
 }
 
+u16 first_vinst;
+
+// The device begins before the first test, whichever that is.
+class beginning final : public testing::Environment
+{
+    void SetUp() override
+    {
+        ASSERT_NE(contract_world_hooks(), nullptr) << "there are no hooks";
+        first_vinst = supvr_vinst_get();
+    }
+};
+
+// The framework owns its environments.
+const testing::Environment *const begun = testing::AddGlobalTestEnvironment(new beginning);
+
 } // namespace
 
 const contract_world_t &hooks() { return *contract_world_hooks(); }
+
+u16 vinst_at_start() { return first_vinst; }
+
+void reuse_freed_memory()
+{
+    std::vector<std::string> blocks;
+    for (std::size_t size = 16; size < 2048; size += 8)
+        for (int n = 0; n < 8; ++n)
+            blocks.emplace_back(size, '~');
+}
 
 const char *name_of(contract_kind_t kind) { return kinds[kind]; }
 const char *name_of(contract_value_t value) { return values[value]; }

@@ -41,6 +41,12 @@ struct face {
 
 const contract_world_t &hooks();
 
+// What supvr_vinst_get gave before the first test.
+u16 vinst_at_start();
+
+// Fills and gives back blocks of many sizes: what points to freed memory reads something else then.
+void reuse_freed_memory();
+
 const char *name_of(contract_kind_t kind);
 const char *name_of(contract_value_t value);
 

@@ -11,6 +11,8 @@
 #include <vector>
 
 #include "device/coherence/in_process_device.h"
+#include "shell/follower.h"
+#include "varn.h"
 
 using device_words = std::vector<std::string>;
 
@@ -121,6 +123,18 @@ uint32_t put_vlan(uint32_t vlan, uint32_t bd, uint32_t flood_di, uint32_t primar
 
 uint32_t remove_vlan(uint32_t vlan) { return change({"vlan", std::to_string(vlan), "delete"}); }
 
+// What was told while the cache was off is forgotten as a whole when it is on again.
+uint32_t dispatch()
+{
+    static bool was_off = false;
+    device_here().dispatch(0);
+    const bool is_on = varn_is_enabled() != 0;
+    if (is_on && was_off)
+        shell::forget_everything();
+    was_off = !is_on;
+    return CONTRACT_DONE;
+}
+
 const contract_world_t world = {
     .add = add,
     .remove =
@@ -138,7 +152,7 @@ const contract_world_t world = {
     .remove_vlan = remove_vlan,
     .stop = [] { return device_here().disconnect(), CONTRACT_DONE; },
     .start = [] { return device_here().reconnect(), CONTRACT_DONE; },
-    .dispatch = [] { return device_here().dispatch(0), CONTRACT_DONE; },
+    .dispatch = dispatch,
     .history_holds = nullptr,
 };
 

@@ -94,6 +94,8 @@ TEST_F(port_channels, APortKnowsItsPortChannelAndZeroIsNone)
     EXPECT_EQ(answer, pc.if_index);
     EXPECT_EQ(membership(other.if_index, answer), 0u);
     EXPECT_EQ(answer, 0u) << "of a port that did not join";
+    EXPECT_EQ(membership(pc.if_index, answer), 0u) << "in none is a success, also of no port";
+    EXPECT_EQ(answer, 0u) << "of a port-channel";
     GIVEN(join(port, nullptr));
     EXPECT_EQ(membership(port.if_index, answer), 0u);
     EXPECT_EQ(answer, 0u) << "after it left";
@@ -110,6 +112,18 @@ TEST_F(port_channels, EachOfTheSixteenBucketsHasAMemberOfItsOwn)
         EXPECT_EQ(aggsvc_get_pc_mbr_ifidx_from_rbh(pc.if_index, rbh, &member), 0u) << rbh;
         EXPECT_EQ(member, rbh % 3 == 0 ? port.if_index : other.if_index) << "bucket " << rbh;
     }
+}
+
+TEST_F(port_channels, ABucketThatNobodyServesOrThatIsNoneIsAnErrorThatWritesNothing)
+{
+    u32 member = untouched;
+    EXPECT_NE(aggsvc_get_pc_mbr_ifidx_from_rbh(pc.if_index, 0, &member), 0u) << "without a member";
+    GIVEN(join(port, &pc));
+    for (u32 rbh = 0; rbh < 16; ++rbh)
+        GIVEN(set_bucket(pc, rbh, port));
+    for (const u32 rbh : {16u, 255u, 256u, 0xFFFFFFFFu})
+        EXPECT_NE(aggsvc_get_pc_mbr_ifidx_from_rbh(pc.if_index, rbh, &member), 0u) << rbh;
+    EXPECT_EQ(member, untouched);
 }
 
 // ---- VLANs
@@ -146,6 +160,17 @@ TEST_F(vlans, BridgeDomainPrimaryVlanAndFloodIndexAreThoseThatWereSet)
         EXPECT_EQ(idxsvc_lib_bd_to_di(bd, &flood_di), 0u);
         EXPECT_EQ(flood_di, vlan == 1 ? 0xFFFFFFFEu : 0x707u);
     }
+}
+
+TEST_F(vlans, OneOfAnotherInstanceIsNotKnown)
+{
+    GIVEN(put_vlan(99, 9, 0x109, 99));
+    vlan_key_t elsewhere = key(99);
+    elsewhere.vinst = static_cast<u16>(elsewhere.vinst + 1);
+    u16 bd = 0;
+    u32 primary = 0;
+    EXPECT_NE(vlan_get_bd(elsewhere, &bd), 0u);
+    EXPECT_NE(vlan_get_bd_and_primary_vlan(elsewhere, &bd, &primary), 0u);
 }
 
 TEST_F(vlans, ABridgeDomainHas16Bits)
