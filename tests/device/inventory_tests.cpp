@@ -11,6 +11,7 @@
 #include "device/runtime/if_index_types.h"
 #include "inventory_file.h"
 #include "inventory_writing.h"
+#include "slowness.h"
 
 namespace
 {
@@ -295,7 +296,7 @@ TEST(InventoryExamples, OfTheLargestLoadInUnderASecond)
     inventory device(model);
     const auto begin = std::chrono::steady_clock::now();
     ASSERT_EQ(device.load(std::filesystem::path(EXAMPLES) / "large.json"), "");
-    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(1));
+    EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(slowness));
 }
 
 TEST(InventorySchema, IsTheDocumentedOne)
