@@ -103,7 +103,7 @@ TEST_P(AllocationSweep, FailsAsStatedLeaksNothingAndTheNextCallWorks)
 INSTANTIATE_TEST_SUITE_P(OfEveryOperation, AllocationSweep, testing::ValuesIn(operations()),
                          [](const auto &each) { return std::string(each.param.name); });
 
-class tell_the_count : public testing::Environment
+class tell_of_allocations : public testing::Environment
 {
     void TearDown() override
     {
@@ -111,6 +111,7 @@ class tell_the_count : public testing::Environment
                     allocating_operations);
     }
 };
-testing::Environment *const told_at_the_end = testing::AddGlobalTestEnvironment(new tell_the_count);
+testing::Environment *const allocations_told =
+    testing::AddGlobalTestEnvironment(new tell_of_allocations);
 
 } // namespace

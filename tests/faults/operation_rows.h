@@ -8,12 +8,14 @@
 
 #include "service_text.h"
 #include "varn.h"
+#include "world.h"
 
 #include <cstdint>
 #include <type_traits>
 
 using scripted::dec;
 using scripted::hex;
+using scripted::none;
 using scripted::spell;
 
 using u32 = std::uint32_t;
@@ -21,7 +23,6 @@ using names = std::set<std::string>;
 
 constexpr u32 port7 = 0x1a000007;
 constexpr u32 channel = 0x16000003;
-constexpr u32 none = 0xFFFFFFFF;
 
 inline const names same;
 inline const names zero_or_one{"0", "1"};

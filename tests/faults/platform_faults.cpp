@@ -5,6 +5,8 @@
 // go wrong and have no row.
 #include "platform_faults.h"
 
+#include <array>
+#include <cstring>
 #include <map>
 #include <memory>
 #include <utility>
@@ -16,10 +18,57 @@ namespace
 
 using u32 = std::uint32_t;
 
-std::vector<std::function<void()>> &to_disarm()
+// A platform function with the calls of it that are armed, each with the number of its way.
+class armed_function
 {
-    static std::vector<std::function<void()>> all;
+public:
+    explicit armed_function(function_address function) : function_(function) {}
+    armed_function(const armed_function &) = delete;
+    armed_function &operator=(const armed_function &) = delete;
+    virtual ~armed_function() = default;
+
+    unsigned long asked() const { return find_service(function_).asked; }
+    void arm(unsigned long nth, std::size_t way)
+    {
+        if (armed_.empty())
+            install();
+        armed_[nth] = way;
+    }
+    void disarm()
+    {
+        armed_.clear();
+        find_service(function_).drop_rules();
+    }
+
+protected:
+    // From now on each call of the function comes to way_of.
+    virtual void install() = 0;
+    // Null of a call that is not armed.
+    const std::size_t *way_of(unsigned long nth) const
+    {
+        const auto found = armed_.find(nth);
+        return found == armed_.end() ? nullptr : &found->second;
+    }
+
+private:
+    function_address function_;
+    std::map<unsigned long, std::size_t> armed_;
+};
+
+std::vector<std::unique_ptr<armed_function>> &all_functions()
+{
+    static std::vector<std::unique_ptr<armed_function>> all;
     return all;
+}
+
+misbehaviour misbehaviour_of(armed_function &function, std::size_t way, const char *what)
+{
+    return {what, [&function, way](unsigned long nth) { function.arm(nth, way); }};
+}
+
+platform_function described(armed_function &function, const char *name)
+{
+    return {name, [&function] { return function.asked(); }, {}};
 }
 
 // ---- Filling the outputs of a call that succeeds
@@ -37,65 +86,84 @@ void fill(ifsvc_port_mode_t *output, u32 value) { output->port_mode = value; }
 
 // ---- Making a row
 
+// What a call that goes wrong does.
+template <typename Result, typename... Args>
+struct deed {
+    Result result{};
+    bool fills = false; // the outputs with the value
+    u32 value = 0;
+    Result (*act)(Args...) = nullptr; // instead of all this
+};
+
+template <typename Result, typename... Args>
+class misbehaving final : public armed_function
+{
+public:
+    explicit misbehaving(Result (*function)(Args...))
+        : armed_function(reinterpret_cast<function_address>(function)), function_(function)
+    {
+    }
+
+    std::array<deed<Result, Args...>, 5> ways{};
+
+private:
+    void install() override
+    {
+        on(function_).does([this, seen = 0ul](Args... args) mutable -> Result {
+            const std::size_t *way = way_of(++seen);
+            return way == nullptr ? on(function_).by_default(args...) : done(ways[*way], args...);
+        });
+    }
+    static Result done(const deed<Result, Args...> &what, Args... args)
+    {
+        if (what.act != nullptr)
+            return what.act(args...);
+        if (what.fills)
+            (fill(args, what.value), ...);
+        return what.result;
+    }
+
+    Result (*function_)(Args...);
+};
+
 template <typename Result, typename... Args>
 class row
 {
 public:
-    using behaviour = std::function<Result(Args...)>;
-
     row(const char *name, Result (*function)(Args...))
-        : function_(function), armed_(std::make_shared<std::map<unsigned long, behaviour>>())
     {
-        made_.name = name;
-        made_.asked = [function] { return on(function).asked(); };
-        to_disarm().push_back([function, armed = armed_] {
-            armed->clear();
-            on(function).as_usual();
-        });
+        auto made = std::make_unique<misbehaving<Result, Args...>>(function);
+        function_ = made.get();
+        described_ = described(*made, name);
+        all_functions().push_back(std::move(made));
     }
 
-    row &way(const char *what, behaviour act)
+    row &way(const char *what, Result (*act)(Args...)) { return add(what, {{}, false, 0, act}); }
+    row &answers(const char *what, Result result) { return add(what, {result}); }
+    row &answers_filled(const char *what, Result result, u32 value)
     {
-        made_.ways.push_back({what, [function = function_, armed = armed_, act](unsigned long nth) {
-                                  const bool is_first = armed->empty();
-                                  (*armed)[nth] = act;
-                                  if (is_first)
-                                      install(function, armed);
-                              }});
+        return add(what, {result, true, value});
+    }
+    // Said of the way named last.
+    row &breaking_the_contract()
+    {
+        described_.ways.back().breaks_the_contract = true;
         return *this;
     }
 
-    row &answers(const char *what, Result result)
-    {
-        return way(what, [result](Args...) { return result; });
-    }
-    row &answers_filled(const char *what, Result result, u32 value)
-    {
-        return way(what, [result, value](Args... args) {
-            (fill(args, value), ...);
-            return result;
-        });
-    }
-    // Said of the way named last.
-    row &breaking_the_contract() { return made_.ways.back().breaks_the_contract = true, *this; }
-
-    operator platform_function() const { return made_; }
+    operator platform_function() const { return described_; }
 
 private:
-    using armed_calls = std::shared_ptr<std::map<unsigned long, behaviour>>;
-
-    static void install(Result (*function)(Args...), const armed_calls &armed)
+    row &add(const char *what, const deed<Result, Args...> &done)
     {
-        on(function).does([function, armed, seen = 0ul](Args... args) mutable -> Result {
-            const auto found = armed->find(++seen);
-            return found == armed->end() ? on(function).by_default(args...)
-                                         : found->second(args...);
-        });
+        const std::size_t number = described_.ways.size();
+        function_->ways.at(number) = done;
+        described_.ways.push_back(misbehaviour_of(*function_, number, what));
+        return *this;
     }
 
-    Result (*function_)(Args...);
-    armed_calls armed_;
-    platform_function made_;
+    misbehaving<Result, Args...> *function_;
+    platform_function described_;
 };
 
 // 0 is success; a failure leaves the outputs alone.
@@ -275,6 +343,6 @@ const std::vector<platform_function> &platform_functions()
 void disarm_all()
 {
     platform_functions();
-    for (const auto &disarm : to_disarm())
-        disarm();
+    for (const auto &each : all_functions())
+        each->disarm();
 }

@@ -8,20 +8,12 @@
 #include "scripted_device.h"
 
 #include <cstdarg>
-#include <cstdio>
 
 namespace naive
 {
 
 namespace
 {
-
-std::string formatted(const char *format, std::va_list values)
-{
-    char text[2048];
-    std::vsnprintf(text, sizeof text, format, values);
-    return text;
-}
 
 void hear(const char *who, uintptr_t arg, const char *format, std::va_list values)
 {

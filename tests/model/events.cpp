@@ -5,6 +5,8 @@
 
 #include "scripted_device.h"
 
+#include <cstdio>
+
 namespace naive
 {
 
@@ -23,6 +25,13 @@ event_log &the_log()
 {
     static event_log kept;
     return kept;
+}
+
+std::string formatted(const char *format, std::va_list values)
+{
+    char text[2048];
+    std::vsnprintf(text, sizeof text, format, values);
+    return text;
 }
 
 std::string told(const event &what)

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <array>
+#include <cstdarg>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -38,6 +39,9 @@ struct event {
 };
 
 std::string told(const event &what);
+
+// What a callback of the printf kind is given.
+std::string formatted(const char *format, std::va_list values);
 
 // The callbacks of the client and the like, which are no platform functions.
 extern const char *const heard_debug_print;

@@ -4,20 +4,12 @@
 #include "model.h"
 
 #include <cstdarg>
-#include <cstdio>
 
 namespace naive
 {
 
 namespace
 {
-
-std::string formatted(const char *format, std::va_list values)
-{
-    char text[2048];
-    std::vsnprintf(text, sizeof text, format, values);
-    return text;
-}
 
 std::string told_question(const char *name, std::initializer_list<u64> given,
                           const std::string *text)

@@ -31,6 +31,34 @@ service_base::service_base(function_address function, const char *name, family k
     all_services().emplace(function, this);
 }
 
+service_base::~service_base() = default;
+
+void service_base::drop_rules()
+{
+    rules_.clear();
+    asked = 0;
+}
+
+void service_base::keep(std::unique_ptr<rule_base> added) { rules_.push_back(std::move(added)); }
+
+std::shared_ptr<service_base::rule_base> service_base::take(const rules &matching)
+{
+    rules ready;
+    for (const auto &each : matching) {
+        if (each->passes == 0)
+            ready.push_back(each);
+        else
+            --each->passes;
+    }
+    for (const auto &each : ready) {
+        if (!each->single)
+            continue;
+        std::erase(rules_, each);
+        return each;
+    }
+    return ready.empty() ? nullptr : ready.back();
+}
+
 void service_base::begin_call()
 {
     ++asked;

@@ -44,20 +44,35 @@ public:
     service_base(function_address function, const char *name, family kind);
     service_base(const service_base &) = delete;
     service_base &operator=(const service_base &) = delete;
-    virtual ~service_base() = default;
-    virtual void drop_rules() = 0;
+    virtual ~service_base();
+    void drop_rules();
 
     const char *name() const { return name_; }
     family kind() const { return kind_; }
     unsigned long asked = 0; // calls since the last reset()
 
 protected:
+    // What a test said, as far as it does not depend on the signature.
+    struct rule_base {
+        rule_base(unsigned long passing, bool once) : passes(passing), single(once) {}
+        virtual ~rule_base() = default;
+
+        unsigned long passes; // matching calls that still go by
+        bool single;          // for one call only
+    };
+    using rules = std::vector<std::shared_ptr<rule_base>>;
+
     // Takes back what the client library lent with its last answer.
     void begin_call();
+    void keep(std::unique_ptr<rule_base> added);
+    const rules &kept() const { return rules_; }
+    // The one of those that are for this call that speaks; null when each lets it pass.
+    std::shared_ptr<rule_base> take(const rules &matching);
 
 private:
     const char *name_;
     family kind_;
+    rules rules_;
     bool takes_back_; // a call of the interface manager's client ends the life of what it lent
 };
 
@@ -74,13 +89,6 @@ public:
     using behaviour = std::function<Result(Args...)>;
     using condition = std::function<bool(Args...)>;
     using teller = std::function<std::string(const Result &, Args...)>;
-
-    struct rule {
-        condition when;
-        behaviour act;
-        unsigned long passes; // matching calls that still go by
-        bool single;          // for one call only
-    };
 
     // A function whose line is made from its letters.
     template <typename Function, typename Default>
@@ -104,7 +112,7 @@ public:
     {
         begin_call();
         const std::size_t line = open_line(kind());
-        const Result result = rules_.empty() ? default_(args...) : choose(args...)(args...);
+        const Result result = kept().empty() ? default_(args...) : choose(args...)(args...);
         if (line != no_line)
             write_line(line, tell_ ? tell_(result, args...) : line_text(result, args...));
         return result;
@@ -112,11 +120,9 @@ public:
 
     Result by_default(Args... args) const { return default_(args...); }
 
-    void add(rule added) { rules_.push_back(std::make_shared<rule>(std::move(added))); }
-    void drop_rules() override
+    void add(condition when, behaviour act, unsigned long passes, bool single)
     {
-        rules_.clear();
-        asked = 0;
+        keep(std::unique_ptr<rule_base>(new rule(std::move(when), std::move(act), passes, single)));
     }
 
     Result failure() const
@@ -137,29 +143,29 @@ public:
         if constexpr (std::is_same_v<Result, nothing>)
             return [callable](Args... args) mutable { return callable(args...), nothing{}; };
         else
-            return [callable](Args... args) mutable -> Result { return callable(args...); };
+            return behaviour(std::move(callable));
     }
 
 private:
+    struct rule final : rule_base {
+        rule(condition chosen, behaviour done, unsigned long passing, bool once)
+            : rule_base(passing, once), when(std::move(chosen)), act(std::move(done))
+        {
+        }
+
+        condition when;
+        behaviour act;
+    };
+
     // By value: a rule may be added or dropped by the very behaviour that runs.
     behaviour choose(Args... args)
     {
-        std::vector<std::shared_ptr<rule>> ready;
-        for (const auto &each : rules_) {
-            if (each->when && !each->when(args...))
-                continue;
-            if (each->passes == 0)
-                ready.push_back(each);
-            else
-                --each->passes;
-        }
-        for (const auto &each : ready) {
-            if (!each->single)
-                continue;
-            std::erase(rules_, each);
-            return each->act;
-        }
-        return ready.empty() ? default_ : ready.back()->act;
+        rules matching;
+        for (const auto &each : kept())
+            if (const auto &when = static_cast<const rule &>(*each).when; !when || when(args...))
+                matching.push_back(each);
+        const auto chosen = take(matching);
+        return chosen ? static_cast<const rule &>(*chosen).act : default_;
     }
 
     bool succeeded(const Result &result) const
@@ -206,7 +212,6 @@ private:
     char result_ = 'd';
     teller tell_;
     behaviour default_;
-    std::vector<std::shared_ptr<rule>> rules_;
 };
 
 template <typename Result, typename... Args, typename... Rest>
@@ -333,7 +338,7 @@ private:
 
     script &add(typename target::behaviour act, unsigned long passes, bool single)
     {
-        to_->add({when_, std::move(act), passes, single});
+        to_->add(when_, std::move(act), passes, single);
         return *this;
     }
 

@@ -14,7 +14,7 @@ const std::string asked_name_of_0 = "ifsvc_get_if_name(0) = \"(unknown iod 0)\""
 using UpdateSwitchport = handler_test;
 
 const std::string switchport_lines =
-    lines(asked_name_of_7, trace_line("switchport update for interface eth7 (iod 7)\n"));
+    lines(asked_name_of_7, traced("switchport update for interface eth7 (iod 7)\n"));
 
 TEST_F(UpdateSwitchport, WhileTheCacheIsOffReturnsZero)
 {
@@ -76,9 +76,9 @@ protected:
 };
 
 const std::string l3_param_lines =
-    lines(asked_name_of_7, trace_line("Phy state update for interface eth7 (iod 7)\n"));
+    lines(asked_name_of_7, traced("Phy state update for interface eth7 (iod 7)\n"));
 const std::string mtu_lines =
-    lines("bitset_is_bit_set(12) = 1", trace_line("MTU change for interface iod 7\n"),
+    lines("bitset_is_bit_set(12) = 1", traced("MTU change for interface iod 7\n"),
           "ifsvc_get_if_mtu(7) = 74536");
 constexpr const char *asked_p2p = "ifsvc_is_native_p2p(7) = 3";
 constexpr bitset_t bit_12{{0x1000, 0}};
@@ -156,8 +156,8 @@ class UpdateIsLinkupDirtyBit : public handler_test
 protected:
     static std::string updated(unsigned was, unsigned is, int set, const std::string &who)
     {
-        return trace_line(spell("Updated the dirty bit from ", dec(was), " to ", dec(is), ", set ",
-                                std::to_string(set), " for interface index ", who, "\n"));
+        return traced(spell("Updated the dirty bit from ", dec(was), " to ", dec(is), ", set ",
+                            std::to_string(set), " for interface index ", who, "\n"));
     }
 };
 
@@ -234,16 +234,16 @@ TEST_F(UpdateIsLinkupDirtyBit, WithoutEntryReportsItAndReturnsMinusOne)
     start_caching(bits(1, 17));
     EXPECT_EQ(varn_update_is_linkup_dirty_bit(7, 0, 1), -1);
     EXPECT_EQ(calls(), lines(asked_name_of_7,
-                             report_lines(function, " Entry doesn't exist for interface index 0x0, "
-                                                    "eth7, (iod 7)\n")));
+                             reported(function, " Entry doesn't exist for interface index 0x0, "
+                                                "eth7, (iod 7)\n")));
     EXPECT_STREQ(varn_print_str, " Entry doesn't exist for interface index 0x0, eth7, (iod 7)\n");
     EXPECT_EQ(history_text(),
               "[77]:  Entry doesn't exist for interface index 0x0, eth7, (iod 7)\n");
 
     EXPECT_EQ(varn_update_is_linkup_dirty_bit(0, index_7, 1), -1);
-    EXPECT_EQ(calls(), lines(asked_name_of_0,
-                             report_lines(function, " Entry doesn't exist for interface index "
-                                                    "0x1a000007, (unknown iod 0), (iod 0)\n")));
+    EXPECT_EQ(calls(),
+              lines(asked_name_of_0, reported(function, " Entry doesn't exist for interface index "
+                                                        "0x1a000007, (unknown iod 0), (iod 0)\n")));
     EXPECT_EQ(counters_moved(), "");
     EXPECT_EQ(entry(7), nullptr);
 }
@@ -254,8 +254,8 @@ TEST_F(UpdateIsLinkupDirtyBit, OfNeitherIdentifierFindsNoEntry)
     watched(7);
     EXPECT_EQ(varn_update_is_linkup_dirty_bit(0, 0, 1), -1);
     EXPECT_EQ(calls(), lines(asked_name_of_0,
-                             report_lines(function, " Entry doesn't exist for interface index 0x0, "
-                                                    "(unknown iod 0), (iod 0)\n")));
+                             reported(function, " Entry doesn't exist for interface index 0x0, "
+                                                "(unknown iod 0), (iod 0)\n")));
     EXPECT_EQ(changes(), "");
 }
 
@@ -282,14 +282,14 @@ protected:
     }
     static std::string succeeded(const std::string &vlan_and_mode)
     {
-        return lines(asked_name_of_7, trace_line(spell("vlan update for interface eth7 (iod 7) "
-                                                       "Succeeded, ",
-                                                       vlan_and_mode, "\n")));
+        return lines(asked_name_of_7, traced(spell("vlan update for interface eth7 (iod 7) "
+                                                   "Succeeded, ",
+                                                   vlan_and_mode, "\n")));
     }
 };
 
 const std::string vlan_lines =
-    lines(asked_name_of_7, trace_line("vlan update for interface eth7 (iod 7)\n"));
+    lines(asked_name_of_7, traced("vlan update for interface eth7 (iod 7)\n"));
 
 TEST_F(UpdateVlan, WhileTheCacheIsOffReturnsZero)
 {
@@ -355,7 +355,7 @@ TEST_F(UpdateVlan, WithTheVlanNotCachedFailsWithTheService)
     start_with(bits(1));
     EXPECT_EQ(varn_update_vlan(7), 0u);
     EXPECT_EQ(calls(), lines(vlan_lines, "ifsvc_get_vlan_info(7) = 0", asked_name_of_7,
-                             trace_line("vlan update for interface eth7 (iod 7) FAILED\n")));
+                             traced("vlan update for interface eth7 (iod 7) FAILED\n")));
     EXPECT_EQ(changes(), "dirty +10");
 }
 
@@ -377,7 +377,7 @@ TEST_F(RemoveExtension0, WithoutEntryLogsAndReturnsZero)
 {
     start_caching(bits(1, 5));
     EXPECT_EQ(varn_remove_extension0(7), 0u);
-    EXPECT_EQ(calls(), trace_line("Varn remove failed for Interface with iod 7\n"));
+    EXPECT_EQ(calls(), traced("Varn remove failed for Interface with iod 7\n"));
     EXPECT_EQ(counters_moved(), "");
 }
 

@@ -30,7 +30,7 @@ protected:
     }
 };
 
-constexpr u32 types[] = {5, 9, 22, 24, 26, 1};
+constexpr u32 bundle_types[] = {5, 9, 22, 24, 26, 1};
 
 // ---- L2 ----
 
@@ -44,7 +44,7 @@ protected:
     static std::string asked_always()
     {
         return lines(asked_name_of_7,
-                     trace_line("L2 bundle phy state update for interface eth7 (iod 7)\n"),
+                     traced("L2 bundle phy state update for interface eth7 (iod 7)\n"),
                      "ifsvc_is_linkup(7) = 3", "ifsvc_is_protoup(7) = 2");
     }
 };
@@ -61,9 +61,8 @@ TEST_F(UpdateL2BundleState, WithoutEntryCountsLogsAndReturnsZero)
 {
     start_caching(bits(1, 17));
     EXPECT_EQ(notified(26, 1), 0u);
-    EXPECT_EQ(calls(),
-              lines(asked_name_of_7,
-                    trace_line("L2 bundle phy state update for interface eth7 (iod 7)\n")));
+    EXPECT_EQ(calls(), lines(asked_name_of_7,
+                             traced("L2 bundle phy state update for interface eth7 (iod 7)\n")));
     EXPECT_EQ(counters_moved(), "l2_bundle_updates +1");
     EXPECT_EQ(entry(7), nullptr);
 }
@@ -71,7 +70,7 @@ TEST_F(UpdateL2BundleState, WithoutEntryCountsLogsAndReturnsZero)
 // No type is asked for, and neither a port index nor a port-channel's member.
 TEST_F(UpdateL2BundleState, OfEveryTypeAndStateDoesTheSame)
 {
-    for (const u32 type : types) {
+    for (const u32 type : bundle_types) {
         start_with(type, everything_told | bits(2, 3));
         for (const unsigned state : {0u, 1u, 2u, 255u}) {
             SCOPED_TRACE(spell("type ", dec(type), ", state ", dec(state)));
@@ -100,13 +99,7 @@ TEST_F(UpdateL2BundleState, RefreshesLinkAndProtocolEvenWhenTheyAreNotCached)
     EXPECT_EQ(counters_moved(), "updates[15] +1, updates[16] +1, l2_bundle_updates +1");
 }
 
-struct written_attribute {
-    u32 bit, slot;
-    const char *change;
-    const char *asked;
-};
-
-constexpr written_attribute written_attributes[] = {
+constexpr written_attribute written_by_a_bundle[] = {
     {9, 4, "mac 0200.0000.0007 -> 0a0b.0c0d.0e0f", ""},
     {13, 12, "mtu 1500 -> 9000", ""},
     {10, 19, "vlan 5 -> 30", ""},
@@ -116,7 +109,7 @@ constexpr written_attribute written_attributes[] = {
 
 TEST_F(UpdateL2BundleState, WritesEachAttributeOnlyWhenItIsCachedAndLeavesItsDirtyBit)
 {
-    for (const written_attribute &each : written_attributes)
+    for (const written_attribute &each : written_by_a_bundle)
         for (const u64 dirt : {u64{0}, ~bits(17, 18)}) {
             SCOPED_TRACE(spell("bit ", dec(each.bit), ", dirty ", hex(dirt)));
             varn_if_entry_t &kept = start_with(22, bits(1, each.bit));
@@ -176,7 +169,7 @@ protected:
     static std::string asked_always()
     {
         return lines(asked_name_of_7,
-                     trace_line("L3 bundle phy state update for interface eth7 (iod 7)\n"));
+                     traced("L3 bundle phy state update for interface eth7 (iod 7)\n"));
     }
 };
 
@@ -229,7 +222,7 @@ TEST_F(UpdateL3BundleState, ReadsLinkAndProtocolFromTheStateAndAsksNobody)
 // Not even a tunnel keeps its MTU here; MAC and switchport are no affair of this handler.
 TEST_F(UpdateL3BundleState, OfEveryTypeWritesTheMtuWhenItIsCached)
 {
-    for (const u32 type : types)
+    for (const u32 type : bundle_types)
         for (const u64 dirt : {u64{0}, ~bits(17, 18)}) {
             SCOPED_TRACE(spell("type ", dec(type), ", dirty ", hex(dirt)));
             varn_if_entry_t &kept = start_with(type, everything_told | bits(2, 3));
@@ -258,8 +251,8 @@ TEST_F(UpdateL3BundleState, OfIodZeroFindsNothingAndFillsInNothing)
     EXPECT_EQ(varn_update_l3_bundle_state(update.get()), 0u);
     EXPECT_EQ(update.get()->iod, 0u);
     EXPECT_EQ(calls(), lines("ifsvc_get_if_name(0) = \"(unknown iod 0)\"",
-                             trace_line("L3 bundle phy state update for interface (unknown iod 0) "
-                                        "(iod 0)\n")));
+                             traced("L3 bundle phy state update for interface (unknown iod 0) "
+                                    "(iod 0)\n")));
     EXPECT_EQ(changes(), "");
 }
 

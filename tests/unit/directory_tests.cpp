@@ -45,27 +45,27 @@ u32 if_index_of(u32 iod)
 u32 extension_of(u32 iod) { return varn_ifsvc_get_extension(iod, 0x11); }
 u32 has_extension(u32 iod) { return varn_ifsvc_is_extension1_set(iod, 0x12); }
 
-constexpr std::array queries{varn_ifsvc_is_linkup,
-                             varn_ifsvc_is_protoup,
-                             varn_ifsvc_is_switchport,
-                             varn_ifsvc_is_switching_enabled_on_iod,
-                             varn_ifsvc_is_ethernet,
-                             varn_ifsvc_is_vlan,
-                             varn_ifsvc_is_null0,
-                             varn_ifsvc_is_native_p2p,
-                             varn_ifsvc_is_loopback,
-                             varn_ifsvc_is_mvpn_tunnel,
-                             varn_ifsvc_get_if_mtu,
-                             varn_ifsvc_get_if_encaptype,
-                             varn_ifsvc_get_if_vlanid,
-                             varn_ifsvc_is_gre_tunnel,
-                             varn_ifsvc_is_cbus,
-                             mac_byte,
-                             is_any_mac,
-                             vlan_of_info,
-                             if_index_of,
-                             extension_of,
-                             has_extension};
+constexpr std::array queries_by_iod{varn_ifsvc_is_linkup,
+                                    varn_ifsvc_is_protoup,
+                                    varn_ifsvc_is_switchport,
+                                    varn_ifsvc_is_switching_enabled_on_iod,
+                                    varn_ifsvc_is_ethernet,
+                                    varn_ifsvc_is_vlan,
+                                    varn_ifsvc_is_null0,
+                                    varn_ifsvc_is_native_p2p,
+                                    varn_ifsvc_is_loopback,
+                                    varn_ifsvc_is_mvpn_tunnel,
+                                    varn_ifsvc_get_if_mtu,
+                                    varn_ifsvc_get_if_encaptype,
+                                    varn_ifsvc_get_if_vlanid,
+                                    varn_ifsvc_is_gre_tunnel,
+                                    varn_ifsvc_is_cbus,
+                                    mac_byte,
+                                    is_any_mac,
+                                    vlan_of_info,
+                                    if_index_of,
+                                    extension_of,
+                                    has_extension};
 
 constexpr u32 mtu_of_service = 999;
 
@@ -125,9 +125,9 @@ protected:
 
     static void expect_requests_only_without(bool from_cache, u32 iod)
     {
-        for (std::size_t each = 0; each < queries.size(); ++each) {
+        for (std::size_t each = 0; each < queries_by_iod.size(); ++each) {
             forget();
-            queries[each](iod);
+            queries_by_iod[each](iod);
             const std::string asked = calls();
             EXPECT_EQ(asked.find("ifsvc_") == std::string::npos, from_cache)
                 << "query " << each << ": " << asked;

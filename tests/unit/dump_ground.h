@@ -4,7 +4,7 @@
 // as it came, and which can take itself away after a number of pieces.
 #pragma once
 
-#include "varn_fixture.h"
+#include "log_lines.h"
 
 #include <cstdarg>
 #include <cstdio>
@@ -39,14 +39,6 @@ __attribute__((format(printf, 2, 3))) inline void keep_piece(std::uintptr_t arg,
     all.wrong_argument |= arg != terminal;
     if (all.pieces.size() == all.stop_after)
         varn.config.print = nullptr;
-}
-
-// An address as the dumps show it.
-inline std::string shown_address(const void *of)
-{
-    char text[40];
-    std::snprintf(text, sizeof text, "0x%p", of);
-    return text;
 }
 
 class dump_test : public varn_test

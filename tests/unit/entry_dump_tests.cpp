@@ -60,7 +60,7 @@ std::string in_16_digits(u64 mask)
 std::string filled_in(const varn_if_entry_t &entry, std::string text = told)
 {
     const u64 mask = entry.dirty;
-    text.replace(text.find('@'), 1, shown_address(&entry));
+    text.replace(text.find('@'), 1, told_address(&entry));
     text.replace(text.find('#'), 1, in_16_digits(mask));
     for (std::size_t at; (at = text.find('{')) != std::string::npos;) {
         const std::size_t end = text.find('}', at);
@@ -97,7 +97,7 @@ TEST_F(EntryDump, OfACleanEntry)
     start_printing(config().sync(bits(1, 2, 3)));
     const varn_if_entry_t entry = distinct();
     EXPECT_EQ(print(entry),
-              "Entry (" + shown_address(&entry) +
+              "Entry (" + told_address(&entry) +
                   ") eth33 - if_index: 0x1a000021(26), iod: 33\n"
                   "PI 0x121, LIF 0x2021\n"
                   "MAC: 02ab.0000.0021, encap 65535, Ctx 51, Extn:0xf0(s10), Tid 52, Vlan 53, "
@@ -119,7 +119,7 @@ TEST_F(EntryDump, OfADirtyEntry)
     varn_if_entry_t entry = distinct();
     entry.dirty = ~u64{0};
     EXPECT_EQ(print(entry),
-              "Entry (" + shown_address(&entry) +
+              "Entry (" + told_address(&entry) +
                   ") eth33 - if_index: 0x1a000021(26)*, iod: 33*\n"
                   "PI 0x121*, LIF 0x2021*\n"
                   "MAC: 02ab.0000.0021*, encap 65535*, Ctx 51*, Extn:0xf0(s10)*, Tid 52*, "
@@ -224,7 +224,7 @@ TEST_F(EntryDump, ShowsAbsentAndLargeValuesAsTheirFormatsGiveThem)
     entry.extn_size[0] = 0x80000000;
     entry.if_type = 255;
     EXPECT_EQ(print(entry),
-              "Entry (" + shown_address(&entry) +
+              "Entry (" + told_address(&entry) +
                   ") (unknown iod 0) - if_index: 0x0(255), iod: 0\n"
                   "PI 0xffffffff, LIF 0xffffffff\n"
                   "MAC: 0000.0000.0000, encap 0, Ctx -1, Extn:0x0(s-2147483648), Tid 0, Vlan 0, "
@@ -375,7 +375,7 @@ TEST_F(PortChannelDump, EndsWithTheBucketsThatWereAskedAbout)
     start_with_buckets({0, 3, 15});
     varn_if_entry_print(terminal, entry(16003));
     EXPECT_EQ(printed(),
-              "Entry (" + shown_address(entry(16003)) +
+              "Entry (" + told_address(entry(16003)) +
                   ") port-channel3 - if_index: 0x16000003(22), iod: 16003\n"
                   "MAC: 0000.0000.0000, encap 0, Ctx 0, Extn:0x0(s0), Tid 0, Vlan 0, "
                   "Port-mode 0x0,\n"

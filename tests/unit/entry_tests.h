@@ -8,22 +8,15 @@
 // is not told; that none was found is always the table's word.
 #pragma once
 
-#include "varn_fixture.h"
+#include "log_lines.h"
 
 #include <cstring>
 #include <sstream>
 
-inline std::string traced(const std::string &text)
-{
-    return spell("history(level 1, code 121, ", quoted(("[77]: " + text).c_str()), ")");
-}
-
-inline std::string reported(const std::string &function, const std::string &text)
-{
-    return lines(
-        spell("error_cb(0x6, \"%s:%d: %s\\n\", ", function, ", line, ", quoted(text.c_str()), ")"),
-        spell("history(level 2, code 122, ", quoted(("[77]: " + text).c_str()), ")"));
-}
+// How every refresh of port 7 begins.
+inline const std::string refresh_of_7_began =
+    lines(traced("Varn-update for if-index 0x1a000007, iod 7\n"),
+          "if_index_get_type(0x1a000007) = 0 -> 26");
 
 // The text joined from its parts, without those that are empty.
 inline std::string joined(const std::vector<std::string> &parts)

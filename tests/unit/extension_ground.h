@@ -29,6 +29,9 @@ constexpr extension_slot extension_slots[] = {
 };
 // clang-format on
 
+// The iod and the four slots.
+constexpr u64 all_slots_cached = bits(1, 5, 6, 7, 8);
+
 class extension_test : public varn_test
 {
 protected:

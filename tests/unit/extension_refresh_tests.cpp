@@ -7,8 +7,6 @@
 namespace
 {
 
-constexpr u64 all_cached = bits(1, 5, 6, 7, 8);
-
 class ExtensionRefresh : public extension_test, public testing::WithParamInterface<extension_slot>
 {
 protected:
@@ -23,7 +21,7 @@ protected:
 
 TEST_P(ExtensionRefresh, WithoutDecoderAsksTheExtensionUnderTheConfiguredKey)
 {
-    start(with_keys(all_cached));
+    start(with_keys(all_slots_cached));
     the(7).extension(row.key, 0x200);
     varn_if_entry_t &entry = standing();
     entry.dirty = bits(row.bit);
@@ -36,7 +34,7 @@ TEST_P(ExtensionRefresh, WithoutDecoderAsksTheExtensionUnderTheConfiguredKey)
 
 TEST_P(ExtensionRefresh, WithItsDecoderDecodesThePrivateDataUnderTheConfiguredKey)
 {
-    start(with_keys(all_cached).extn_decode(row.number));
+    start(with_keys(all_slots_cached).extn_decode(row.number));
     the(7).private_data(row.key, {9, 8});
     varn_if_entry_t &entry = standing();
     entry.dirty = bits(row.bit);
@@ -51,7 +49,7 @@ TEST_P(ExtensionRefresh, WithItsDecoderDecodesThePrivateDataUnderTheConfiguredKe
 
 TEST_P(ExtensionRefresh, OfZeroStoresItAndKeepsItDirty)
 {
-    start(with_keys(all_cached).extn_decode(row.number));
+    start(with_keys(all_slots_cached).extn_decode(row.number));
     varn_if_entry_t &entry = standing();
     entry.dirty = bits(row.bit);
     refreshed(entry);
@@ -63,7 +61,7 @@ TEST_P(ExtensionRefresh, OfZeroStoresItAndKeepsItDirty)
 
 TEST_P(ExtensionRefresh, OfASlotThatIsNotCachedAsksNothing)
 {
-    start(with_keys(all_cached & ~bits(row.bit)).extn_decode(row.number));
+    start(with_keys(all_slots_cached & ~bits(row.bit)).extn_decode(row.number));
     varn_if_entry_t &entry = standing();
     entry.dirty = bits(row.bit);
     EXPECT_EQ(refreshed(entry), "");
@@ -74,7 +72,7 @@ TEST_P(ExtensionRefresh, OfASlotThatIsNotCachedAsksNothing)
 
 TEST_P(ExtensionRefresh, OfACleanSlotAsksNothing)
 {
-    start(with_keys(all_cached).extn_decode(row.number));
+    start(with_keys(all_slots_cached).extn_decode(row.number));
     varn_if_entry_t &entry = standing();
     EXPECT_EQ(refreshed(entry), "");
     EXPECT_EQ(entry.extn[row.number], 0xE0 + row.number);

@@ -6,8 +6,6 @@
 namespace
 {
 
-constexpr u64 all_cached = bits(1, 5, 6, 7, 8);
-
 class ExtensionSlot : public extension_test, public testing::WithParamInterface<extension_slot>
 {
 protected:
@@ -39,7 +37,7 @@ using SetExtension = ExtensionSlot;
 
 TEST_P(GetExtension, WithTheIodNotCachedGoesToItsService)
 {
-    start(with_keys(all_cached & ~bits(1)));
+    start(with_keys(all_slots_cached & ~bits(1)));
     on(ifsvc_get_extension).of(7, 0x99).answers(0x56);
     EXPECT_EQ(row.get(7, 0x99), 0x56u);
     expect_passed_on("ifsvc_get_extension(7, 0x99) = 0x56");
@@ -47,7 +45,7 @@ TEST_P(GetExtension, WithTheIodNotCachedGoesToItsService)
 
 TEST_P(GetExtension, WithTheSlotNotCachedGoesToItsService)
 {
-    start(with_keys(all_cached & ~bits(row.bit)));
+    start(with_keys(all_slots_cached & ~bits(row.bit)));
     on(ifsvc_get_extension).of(7, 0x99).answers(0x56);
     EXPECT_EQ(row.get(7, 0x99), 0x56u);
     expect_passed_on("ifsvc_get_extension(7, 0x99) = 0x56");
@@ -55,7 +53,7 @@ TEST_P(GetExtension, WithTheSlotNotCachedGoesToItsService)
 
 TEST_P(GetExtension, WhileDisabledGoesToItsService)
 {
-    start(with_keys(all_cached));
+    start(with_keys(all_slots_cached));
     varn_disable_cache();
     on(ifsvc_get_extension).of(7, 0x99).answers(0x56);
     EXPECT_EQ(row.get(7, 0x99), 0x56u);
@@ -64,7 +62,7 @@ TEST_P(GetExtension, WhileDisabledGoesToItsService)
 
 TEST_P(GetExtension, OfAnIodThatHasNoEntryGoesToItsService)
 {
-    start(with_keys(all_cached));
+    start(with_keys(all_slots_cached));
     gone(7);
     on(ifsvc_get_extension).of(7, 0x99).answers(0x56);
     EXPECT_EQ(row.get(7, 0x99), 0x56u);
@@ -74,7 +72,7 @@ TEST_P(GetExtension, OfAnIodThatHasNoEntryGoesToItsService)
 
 TEST_P(GetExtension, WhenDirtyAsksUnderTheCallersKeyAndKeepsTheValue)
 {
-    start(with_keys(all_cached));
+    start(with_keys(all_slots_cached));
     varn_if_entry_t &entry = standing();
     const varn_if_entry_t before = entry;
     entry.dirty = ~u64{0};
@@ -92,7 +90,7 @@ TEST_P(GetExtension, WhenDirtyAsksUnderTheCallersKeyAndKeepsTheValue)
 
 TEST_P(GetExtension, WithADecoderDeliberatelyDoesNotUseIt)
 {
-    start(with_keys(all_cached).extn_decode(row.number));
+    start(with_keys(all_slots_cached).extn_decode(row.number));
     the(7).extension(0x99, 0x57).private_data(0x99, {1, 2});
     standing().dirty = bits(row.bit);
     EXPECT_EQ(row.get(7, 0x99), 0x57u);
@@ -101,7 +99,7 @@ TEST_P(GetExtension, WithADecoderDeliberatelyDoesNotUseIt)
 
 TEST_P(GetExtension, WhenCleanAsksNobodyWhateverTheKey)
 {
-    start(with_keys(all_cached));
+    start(with_keys(all_slots_cached));
     const varn_if_entry_t &entry = standing();
     EXPECT_EQ(row.get(7, 0x99), 0xE0 + row.number);
     EXPECT_EQ(row.get(7, 0x98), 0xE0 + row.number);
@@ -112,7 +110,7 @@ TEST_P(GetExtension, WhenCleanAsksNobodyWhateverTheKey)
 
 TEST_P(GetExtension, OfZeroAsksAgainEachTime)
 {
-    start(with_keys(all_cached));
+    start(with_keys(all_slots_cached));
     varn_if_entry_t &entry = standing();
     entry.dirty = bits(row.bit);
     for (const char *which : {"first", "second"}) {
@@ -127,7 +125,7 @@ TEST_P(GetExtension, OfZeroAsksAgainEachTime)
 
 TEST_P(GetExtension, OfACleanZeroCountsAHitAndMarksItDirty)
 {
-    start(with_keys(all_cached));
+    start(with_keys(all_slots_cached));
     varn_if_entry_t &entry = standing();
     entry.extn[row.number] = 0;
     EXPECT_EQ(row.get(7, 0x99), 0u);
@@ -154,7 +152,7 @@ TEST_P(GetExtension, OfAnIodWithoutEntryCreatesItAndAnswersFromIt)
 
 TEST_P(IsExtensionSet, WithTheIodNotCachedPassesTheAnswerOnAsItIs)
 {
-    start(with_keys(all_cached & ~bits(1)).extn_decode(row.number));
+    start(with_keys(all_slots_cached & ~bits(1)).extn_decode(row.number));
     on(ifsvc_is_extension_set).of(7, 0x99).answers(6);
     EXPECT_EQ(row.is_set(7, 0x99), 6u);
     expect_passed_on("ifsvc_is_extension_set(7, 0x99) = 6");
@@ -162,7 +160,7 @@ TEST_P(IsExtensionSet, WithTheIodNotCachedPassesTheAnswerOnAsItIs)
 
 TEST_P(IsExtensionSet, WithTheSlotNotCachedPassesTheAnswerOnAsItIs)
 {
-    start(with_keys(all_cached & ~bits(row.bit)).extn_decode(row.number));
+    start(with_keys(all_slots_cached & ~bits(row.bit)).extn_decode(row.number));
     on(ifsvc_is_extension_set).of(7, 0x99).answers(6);
     EXPECT_EQ(row.is_set(7, 0x99), 6u);
     expect_passed_on("ifsvc_is_extension_set(7, 0x99) = 6");
@@ -170,7 +168,7 @@ TEST_P(IsExtensionSet, WithTheSlotNotCachedPassesTheAnswerOnAsItIs)
 
 TEST_P(IsExtensionSet, OfAnIodThatHasNoEntryPassesTheAnswerOnAsItIs)
 {
-    start(with_keys(all_cached).extn_decode(row.number));
+    start(with_keys(all_slots_cached).extn_decode(row.number));
     gone(7);
     on(ifsvc_is_extension_set).of(7, 0x99).answers(6);
     EXPECT_EQ(row.is_set(7, 0x99), 6u);
@@ -180,7 +178,7 @@ TEST_P(IsExtensionSet, OfAnIodThatHasNoEntryPassesTheAnswerOnAsItIs)
 
 TEST_P(IsExtensionSet, WhenDirtyWithoutDecoderAsksTheExtensionUnderTheCallersKey)
 {
-    start(with_keys(all_cached));
+    start(with_keys(all_slots_cached));
     varn_if_entry_t &entry = standing();
     const varn_if_entry_t before = entry;
     entry.dirty = ~u64{0};
@@ -198,7 +196,7 @@ TEST_P(IsExtensionSet, WhenDirtyWithoutDecoderAsksTheExtensionUnderTheCallersKey
 
 TEST_P(IsExtensionSet, WhenDirtyWithItsDecoderDecodesThePrivateDataUnderTheCallersKey)
 {
-    start(with_keys(all_cached).extn_decode(row.number));
+    start(with_keys(all_slots_cached).extn_decode(row.number));
     the(7).private_data(0x99, {1, 2, 7});
     varn_if_entry_t &entry = standing();
     const varn_if_entry_t before = entry;
@@ -217,7 +215,7 @@ TEST_P(IsExtensionSet, WhenDirtyWithItsDecoderDecodesThePrivateDataUnderTheCalle
 
 TEST_P(IsExtensionSet, DoesNotUseTheDecoderOfAnotherSlot)
 {
-    config others = with_keys(all_cached);
+    config others = with_keys(all_slots_cached);
     for (u32 other = 0; other < 4; ++other)
         if (other != row.number)
             others.extn_decode(other);
@@ -230,7 +228,7 @@ TEST_P(IsExtensionSet, DoesNotUseTheDecoderOfAnotherSlot)
 
 TEST_P(IsExtensionSet, WithoutPrivateDataIs0AndAsksAgain)
 {
-    start(with_keys(all_cached).extn_decode(row.number));
+    start(with_keys(all_slots_cached).extn_decode(row.number));
     varn_if_entry_t &entry = standing();
     entry.dirty = bits(row.bit);
     for (const char *which : {"first", "second"}) {
@@ -247,7 +245,7 @@ TEST_P(IsExtensionSet, WithoutPrivateDataIs0AndAsksAgain)
 
 TEST_P(IsExtensionSet, WhenCleanAsksNobody)
 {
-    start(with_keys(all_cached).extn_decode(row.number));
+    start(with_keys(all_slots_cached).extn_decode(row.number));
     varn_if_entry_t &entry = standing();
     entry.extn[row.number] = 0x100;
     EXPECT_EQ(row.is_set(7, 0x99), 1u);
@@ -258,7 +256,7 @@ TEST_P(IsExtensionSet, WhenCleanAsksNobody)
 
 TEST_P(IsExtensionSet, OfACleanZeroIs0CountsAHitAndMarksItDirty)
 {
-    start(with_keys(all_cached));
+    start(with_keys(all_slots_cached));
     varn_if_entry_t &entry = standing();
     entry.extn[row.number] = 0;
     EXPECT_EQ(row.is_set(7, 0x99), 0u);
@@ -271,7 +269,7 @@ TEST_P(IsExtensionSet, OfACleanZeroIs0CountsAHitAndMarksItDirty)
 
 TEST_P(SetExtension, StoresTheValueAloneAndAsksNobody)
 {
-    start(with_keys(all_cached).extn_decode(row.number));
+    start(with_keys(all_slots_cached).extn_decode(row.number));
     varn_if_entry_t &entry = standing();
     const varn_if_entry_t before = entry;
     entry.dirty = ~u64{0};
@@ -310,7 +308,7 @@ TEST_P(SetExtension, WithTheIodNotCachedStillFindsTheEntryByAskingItsIfIndex)
 
 TEST_P(SetExtension, WhileDisabledStillStoresIntoAStandingEntry)
 {
-    start(with_keys(all_cached));
+    start(with_keys(all_slots_cached));
     const varn_if_entry_t &entry = standing();
     varn_disable_cache();
     EXPECT_EQ(row.set(7, 0x99, 0x61), 1u);
@@ -332,7 +330,7 @@ TEST_P(SetExtension, OfAnIodWithoutEntryCreatesItFirst)
 
 TEST_P(SetExtension, OfAnIodThatHasNoEntryReturns1AndDoesNothing)
 {
-    start(with_keys(all_cached));
+    start(with_keys(all_slots_cached));
     gone(7);
     EXPECT_EQ(row.set(7, 0x99, 0x61), 1u);
     EXPECT_EQ(calls(), "ifsvc_get_ifindex_frm_iod(7) = 0x40040004");
@@ -342,7 +340,7 @@ TEST_P(SetExtension, OfAnIodThatHasNoEntryReturns1AndDoesNothing)
 
 TEST_P(SetExtension, ToZeroIsReadOnceAsAHitAndThenAskedAgain)
 {
-    start(with_keys(all_cached));
+    start(with_keys(all_slots_cached));
     varn_if_entry_t &entry = standing();
     entry.dirty = bits(row.bit);
     EXPECT_EQ(row.set(7, 0x99, 0), 1u);

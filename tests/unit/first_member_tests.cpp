@@ -22,9 +22,8 @@ protected:
     }
 };
 
-const std::string update_lines =
-    lines(trace_line("Varn-update for if-index 0x16000003, iod 16003\n"),
-          "if_index_get_type(0x16000003) = 0 -> 22");
+const std::string update_lines = lines(traced("Varn-update for if-index 0x16000003, iod 16003\n"),
+                                       "if_index_get_type(0x16000003) = 0 -> 22");
 
 // ---- the handler ----
 
@@ -41,17 +40,17 @@ protected:
     static std::string opening(const std::string &from_to)
     {
         return lines("ifsvc_get_ifindex_name(0x16000003, 255) = 0 -> \"port-channel3\"",
-                     trace_line(spell("AGGSVC First-Op-member for interface port-channel3 (if "
-                                      "0x16000003) From ",
-                                      from_to, "\n")));
+                     traced(spell("AGGSVC First-Op-member for interface port-channel3 (if "
+                                  "0x16000003) From ",
+                                  from_to, "\n")));
     }
     static std::string creation_lines()
     {
-        return lines(trace_line("Creating varn entry for if-index 0x16000003 on aggsvc-fop"),
+        return lines(traced("Creating varn entry for if-index 0x16000003 on aggsvc-fop"),
                      "if_index_get_type(0x16000003) = 0 -> 22",
                      "ifsvc_get_iod_frm_ifindex(0x16000003) = 0 -> 16003",
-                     trace_line("If-create for if-index 0x16000003, iod 16003, pi 0xffffffff, lif "
-                                "0xffffffff\n"),
+                     traced("If-create for if-index 0x16000003, iod 16003, pi 0xffffffff, lif "
+                            "0xffffffff\n"),
                      "ifsvc_get_if_mtu(16003) = 1500", update_lines);
     }
 };
@@ -142,12 +141,12 @@ TEST_F(UpdateAggsvcFop, ToNoMemberRemovesTheEntry)
         start_with(bits(1, 27));
         EXPECT_EQ(notified(old_member, 0), 1u);
         EXPECT_EQ(calls(), lines(opening(from_to),
-                                 trace_line(spell("AGGSVC varn entry removed for interface "
-                                                  "port-channel3 (if 0x16000003) during change "
-                                                  "from ",
-                                                  from_to, "\n")),
-                                 trace_line("If-destroy for if-index 0x16000003, iod 16003, pi "
-                                            "0xffffffff, lif 0xffffffff\n")));
+                                 traced(spell("AGGSVC varn entry removed for interface "
+                                              "port-channel3 (if 0x16000003) during change "
+                                              "from ",
+                                              from_to, "\n")),
+                                 traced("If-destroy for if-index 0x16000003, iod 16003, pi "
+                                        "0xffffffff, lif 0xffffffff\n")));
         EXPECT_EQ(counters_moved(), "if_frees +1, if_destroys +1, if_index.removes +1, "
                                     "iod_index.removes +1, aggsvc_updates +1");
         EXPECT_EQ(entry(16003), nullptr);
@@ -162,10 +161,10 @@ TEST_F(UpdateAggsvcFop, FromAMemberOfAnUncachedPortChannelLogsOnly)
           {0, "0x1a000007 to 0x0"}}) {
         EXPECT_EQ(notified(index_7, fresh), 0u);
         EXPECT_EQ(calls(), lines(opening(from_to),
-                                 trace_line(spell("AGGSVC varn entry not found for interface "
-                                                  "port-channel3 (if 0x16000003) during change "
-                                                  "from ",
-                                                  from_to, "\n"))));
+                                 traced(spell("AGGSVC varn entry not found for interface "
+                                              "port-channel3 (if 0x16000003) during change "
+                                              "from ",
+                                              from_to, "\n"))));
         EXPECT_EQ(counters_moved(), "aggsvc_updates +1");
         EXPECT_EQ(entry(16003), nullptr);
     }
@@ -218,12 +217,12 @@ TEST_F(UpdateAggsvcFop, ReturnsZeroWhenNoEntryCouldBeCreated)
     EXPECT_EQ(notified(0, index_7), 0u);
     EXPECT_EQ(calls(),
               lines(opening("0x0 to 0x1a000007"),
-                    trace_line("Creating varn entry for if-index 0x16000003 on aggsvc-fop"),
+                    traced("Creating varn entry for if-index 0x16000003 on aggsvc-fop"),
                     "if_index_get_type(0x16000003) = 0 -> 22",
                     "ifsvc_get_iod_frm_ifindex(0x16000003) = 0x42",
-                    report_lines("varn_if_create_entry_by_if",
-                                 "ifsvc_get_iod_frm_ifindex failed for if-index 0x16000003, err: "
-                                 "0x42\n")));
+                    reported("varn_if_create_entry_by_if",
+                             "ifsvc_get_iod_frm_ifindex failed for if-index 0x16000003, err: "
+                             "0x42\n")));
     EXPECT_EQ(counters_moved(), "aggsvc_updates +1");
 }
 
@@ -271,7 +270,7 @@ protected:
     }
 };
 
-const std::string request = "aggsvc_get_pc_info(0x16000003) = ";
+const std::string asked_for_member = "aggsvc_get_pc_info(0x16000003) = ";
 
 TEST_F(AggsvcGetFop, WithItsAttributeNotCachedAsksEachTimeAndTouchesNoEntry)
 {
@@ -281,7 +280,7 @@ TEST_F(AggsvcGetFop, WithItsAttributeNotCachedAsksEachTimeAndTouchesNoEntry)
     watch(kept);
     for (int round = 0; round < 2; ++round) {
         EXPECT_EQ(asked_for(), "0x0 -> 0x1a000007");
-        EXPECT_EQ(calls(), spell(request, "0 -> 0x1a000007"));
+        EXPECT_EQ(calls(), spell(asked_for_member, "0 -> 0x1a000007"));
         EXPECT_EQ(counters_moved(), "misses[22] +1");
     }
     EXPECT_EQ(changes(), "");
@@ -306,10 +305,10 @@ TEST_F(AggsvcGetFop, WithoutEntryCreatesItAndCountsAHit)
     EXPECT_EQ(asked_for(), "0x0 -> 0x1a000007");
     EXPECT_EQ(calls(), lines("if_index_get_type(0x16000003) = 0 -> 22",
                              "ifsvc_get_iod_frm_ifindex(0x16000003) = 0 -> 16003",
-                             trace_line("If-create for if-index 0x16000003, iod 16003, pi "
-                                        "0xffffffff, lif 0xffffffff\n"),
+                             traced("If-create for if-index 0x16000003, iod 16003, pi "
+                                    "0xffffffff, lif 0xffffffff\n"),
                              "ifsvc_get_if_mtu(16003) = 1500", update_lines,
-                             spell(request, "0 -> 0x1a000007")));
+                             spell(asked_for_member, "0 -> 0x1a000007")));
     EXPECT_EQ(counters_moved(), "hits[22] +1, updates[22] +1, if_allocs +1, if_index.inserts +1, "
                                 "iod_index.inserts +1");
 }
@@ -353,7 +352,7 @@ TEST_P(AggsvcGetFopAgain, StoresAMemberAndCleansIt)
     start_dirty();
     the(16003).first_member(port_8);
     EXPECT_EQ(asked_for(), "0x0 -> 0x1a000008");
-    EXPECT_EQ(calls(), spell(request, "0 -> 0x1a000008"));
+    EXPECT_EQ(calls(), spell(asked_for_member, "0 -> 0x1a000008"));
     EXPECT_EQ(entry(16003)->aggsvc_if, port_8);
     EXPECT_EQ(dirty(entry(16003)), bits(9));
     EXPECT_EQ(counters_moved(), "misses[22] +1");
@@ -365,7 +364,7 @@ TEST_P(AggsvcGetFopAgain, OfNoMemberLeavesTheEntryAsItWas)
 {
     start_dirty();
     EXPECT_EQ(asked_for(), "0x40e30001");
-    EXPECT_EQ(calls(), spell(request, "0 -> 0x0"));
+    EXPECT_EQ(calls(), spell(asked_for_member, "0 -> 0x0"));
     EXPECT_EQ(changes(), "");
     EXPECT_EQ(counters_moved(), "misses[22] +1");
 }
@@ -375,7 +374,7 @@ TEST_P(AggsvcGetFopAgain, ReturnsAnErrorAsItIsAndLeavesTheEntryAsItWas)
     start_dirty();
     on(aggsvc_get_pc_info).answers(0x80000005, port_8);
     EXPECT_EQ(asked_for(), "0x80000005");
-    EXPECT_EQ(calls(), spell(request, "0x80000005"));
+    EXPECT_EQ(calls(), spell(asked_for_member, "0x80000005"));
     EXPECT_EQ(changes(), "");
     EXPECT_EQ(counters_moved(), "misses[22] +1");
 }
@@ -390,10 +389,10 @@ TEST_F(AggsvcGetFop, OfAnInterfaceThatCannotHaveAnEntryAsksTheService)
     EXPECT_EQ(asked_for(), "0x0 -> 0x1a000007");
     EXPECT_EQ(calls(), lines("if_index_get_type(0x16000003) = 0 -> 22",
                              "ifsvc_get_iod_frm_ifindex(0x16000003) = 0x42",
-                             report_lines("varn_if_create_entry_by_if",
-                                          "ifsvc_get_iod_frm_ifindex failed for if-index "
-                                          "0x16000003, err: 0x42\n"),
-                             spell(request, "0 -> 0x1a000007")));
+                             reported("varn_if_create_entry_by_if",
+                                      "ifsvc_get_iod_frm_ifindex failed for if-index "
+                                      "0x16000003, err: 0x42\n"),
+                             spell(asked_for_member, "0 -> 0x1a000007")));
     EXPECT_EQ(counters_moved(), "misses[22] +1");
 }
 
@@ -403,7 +402,7 @@ TEST_F(AggsvcGetFop, WithoutCreationOnMissLooksTheEntryUpOnly)
     the(16003).first_member(index_7);
     varn.config.create_on_miss = 0;
     EXPECT_EQ(asked_for(), "0x0 -> 0x1a000007");
-    EXPECT_EQ(calls(), spell(request, "0 -> 0x1a000007"));
+    EXPECT_EQ(calls(), spell(asked_for_member, "0 -> 0x1a000007"));
     EXPECT_EQ(entry(16003), nullptr);
     EXPECT_EQ(counters_moved(), "misses[22] +1");
 
@@ -423,7 +422,7 @@ TEST_F(AggsvcGetFop, WhileTheCacheIsOffGetsNoEntryFromTheCreatorAndAsksTheServic
     the(16003).first_member(index_7);
     varn_enabled = 0;
     EXPECT_EQ(asked_for(), "0x0 -> 0x1a000007");
-    EXPECT_EQ(calls(), spell(request, "0 -> 0x1a000007"));
+    EXPECT_EQ(calls(), spell(asked_for_member, "0 -> 0x1a000007"));
     EXPECT_EQ(counters_moved(), "misses[22] +1");
     EXPECT_EQ(changes(), "");
 

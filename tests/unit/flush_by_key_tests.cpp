@@ -8,7 +8,7 @@ namespace
 {
 
 constexpr const char *trace = "[77]: Flushing cache for if-index=0x1a000007, iod=7, opt=0x1\n";
-constexpr const char *got_iod = "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0 -> 7";
+constexpr const char *found_iod = "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0 -> 7";
 
 struct by_key {
     const char *name;
@@ -48,7 +48,7 @@ protected:
         const std::string first = row.asked;
         if (!row.asks_iod)
             return first;
-        return first.empty() ? got_iod : lines(first, got_iod);
+        return first.empty() ? found_iod : lines(first, found_iod);
     }
 
     const by_key &row = GetParam();

@@ -8,9 +8,9 @@
 namespace
 {
 
-constexpr const char *masks = "sync 0x0000000302000002, crit: 0x00000004000000c0, med: "
-                              "0x00000005000000b0, low: 0x80000000000000a0, once: "
-                              "0x0000000600000090";
+constexpr const char *masks_line = "sync 0x0000000302000002, crit: 0x00000004000000c0, med: "
+                                   "0x00000005000000b0, low: 0x80000000000000a0, once: "
+                                   "0x0000000600000090";
 
 constexpr const char *counts =
     "If Allocs:101,If Frees 102,If Destroys 103,Vlan Allocs 201,Vlan Frees 202\n"
@@ -57,7 +57,7 @@ constexpr const char *counts =
     "is_dci_tun:\t1029\t2029\t3029\n"
     "is_dci_ovl:\t1030\t2030\t3030\n";
 
-const std::string whole = spell(masks, counts);
+const std::string whole = spell(masks_line, counts);
 constexpr std::size_t whole_pieces = 1 + 5 + 2 + 4 + 3 * 5 + 7 + 4 + 1 + 34 * 3;
 
 void number_the_interface_counters()
@@ -148,7 +148,7 @@ TEST_F(GlobalDump, ComesInPiecesOfOneNumberEach)
     varn_print_global(terminal);
     const auto &pieces = printout().pieces;
     ASSERT_EQ(pieces.size(), whole_pieces);
-    EXPECT_EQ(pieces[0], masks);
+    EXPECT_EQ(pieces[0], masks_line);
     const char *const next[] = {"If Allocs:101,",
                                 "If Frees 102,",
                                 "If Destroys 103,",

@@ -259,8 +259,8 @@ inline std::int64_t tell_dirty_bit(deed &all, unsigned variant)
     const std::string who = by_iod ? ", eth7, (iod 7)\n" : ", (unknown iod 0), (iod 0)\n";
     all.ask(by_iod ? asked_name_of_7 : "ifsvc_get_if_name(0) = \"(unknown iod 0)\"");
     if (!all.has_entry) {
-        all.ask(report_lines("varn_update_is_linkup_dirty_bit",
-                             spell(" Entry doesn't exist for interface index ", index, who)));
+        all.ask(reported("varn_update_is_linkup_dirty_bit",
+                         spell(" Entry doesn't exist for interface index ", index, who)));
         return -1;
     }
     all.say(spell("Updated the dirty bit from ", all.is_dirty(17) ? "1" : "0", " to ",

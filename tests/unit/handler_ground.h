@@ -6,7 +6,7 @@
 // records are built byte by byte at plain offsets; every byte that nobody names is 0xEE.
 #pragma once
 
-#include "varn_fixture.h"
+#include "log_lines.h"
 
 #include <cstring>
 #include <string>
@@ -20,18 +20,16 @@ constexpr u64 everything_told = bits(1, 4, 9, 10, 13, 15, 16, 17, 18, 19, 23, 33
 
 constexpr const char *asked_name_of_7 = "ifsvc_get_if_name(7) = \"eth7\"";
 constexpr const char *asked_type_of_7 = "if_index_get_type(0x1a000007) = 0 -> 26";
+// Of an interface whose answers are not 0 or 1: only their low bit counts.
+constexpr const char *asked_linkup = "ifsvc_is_linkup(7) = 3";
+constexpr const char *asked_protoup = "ifsvc_is_protoup(7) = 2";
 
-// An informational line, and an error of a function, as they stand in the journal.
-inline std::string trace_line(const std::string &text)
-{
-    return spell("history(level 1, code 121, ", quoted(("[77]: " + text).c_str()), ")");
-}
-inline std::string report_lines(const std::string &function, const std::string &text)
-{
-    return lines(
-        spell("error_cb(0x6, \"%s:%d: %s\\n\", ", function, ", line, ", quoted(text.c_str()), ")"),
-        spell("history(level 2, code 122, ", quoted(("[77]: " + text).c_str()), ")"));
-}
+// What a handler of states writes when the attribute is cached, and what it asks for it.
+struct written_attribute {
+    u32 bit, slot;
+    const char *change;
+    const char *asked;
+};
 
 // How a log line shows the address of an entry.
 inline std::string address_text(const varn_if_entry_t *entry)

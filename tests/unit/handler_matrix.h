@@ -29,7 +29,7 @@ public:
     void soil(u32 bit) { entry.dirty |= bits(bit); }
 
     void ask(const std::string &line) { journal_.push_back(line); }
-    void say(const std::string &text) { ask(trace_line(text)); }
+    void say(const std::string &text) { ask(traced(text)); }
     void count(const std::string &name) { ++counted_[name]; }
     void update(u32 slot) { count(spell("updates[", dec(slot), "]")); }
     void ask_type() { ask(spell("if_index_get_type(", hex(index), ") = 0 -> ", dec(type))); }

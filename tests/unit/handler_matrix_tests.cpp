@@ -43,7 +43,7 @@ const handler handlers[] = {
 };
 // clang-format on
 
-constexpr u32 types[] = {5, 9, 22, 24, 26, 1};
+constexpr u32 matrix_types[] = {5, 9, 22, 24, 26, 1};
 
 // The subsets of a mask that hold at most two of its bits or all but at most two: any two bits are
 // tried in every combination.
@@ -188,7 +188,8 @@ TEST_P(EveryHandler, WhileTheCacheIsOffAndThereIsAnEntryAllButTheRouterMacDoNoth
 TEST_P(EveryHandler, WhileTheCacheIsOffAndThereIsNoEntryAllDoNothing) { try_all(false, false); }
 
 INSTANTIATE_TEST_SUITE_P(OfEveryType, EveryHandler,
-                         testing::Combine(testing::ValuesIn(handlers), testing::ValuesIn(types)),
+                         testing::Combine(testing::ValuesIn(handlers),
+                                          testing::ValuesIn(matrix_types)),
                          [](const auto &each) {
                              return spell(std::get<0>(each.param).name, "_of_type_",
                                           dec(std::get<1>(each.param)));

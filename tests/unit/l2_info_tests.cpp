@@ -23,7 +23,7 @@ struct l2_info {
 };
 
 const std::string unwritten = l2_info().told();
-constexpr u64 cached = bits(1, 2, 4, 5, 15, 16, 17, 18);
+constexpr u64 all_of_l2_info = bits(1, 2, 4, 5, 15, 16, 17, 18);
 constexpr const char *got_if_index = "idxsvc_lib_si_to_ifidx(0x107) = 0 -> 0x1a000007";
 constexpr const char *got_iod = "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0 -> 7";
 
@@ -56,7 +56,7 @@ protected:
                                          &info.private_data);
     }
 
-    static config caching(u64 sync = cached)
+    static config caching(u64 sync = all_of_l2_info)
     {
         return config().uuid(0x11).sync(sync).extn_decode(0);
     }
@@ -140,7 +140,7 @@ TEST_F(L2Info, WhileDisabledGoesOnWithTheCallersIodWhenNoneCanBeHad)
 
 TEST_F(L2Info, WhileDisabledWithoutDecoderKeepsTheLow32BitsOfTheBlock)
 {
-    start(config().uuid(0x11).sync(cached));
+    start(config().uuid(0x11).sync(all_of_l2_info));
     varn_disable_cache();
     on(ifsvc_get_private_data).of(7, 0x11).answers(~std::uintptr_t{0} - 0xF, 4);
     EXPECT_EQ(ask(), 0u);
@@ -387,7 +387,7 @@ TEST_F(L2Info, OfACleanZeroOfPrivateDataCountsAHitAndMarksItDirty)
 
 TEST_F(L2Info, WithoutDecoderKeepsTheLow32BitsOfTheBlock)
 {
-    start(config().uuid(0x11).sync(cached));
+    start(config().uuid(0x11).sync(all_of_l2_info));
     varn_if_entry_t &entry = standing();
     entry.dirty = bits(5);
     on(ifsvc_get_private_data).of(7, 0x11).answers(~std::uintptr_t{0} - 0xF, 4);

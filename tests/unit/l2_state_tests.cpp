@@ -8,8 +8,6 @@ namespace
 {
 
 constexpr const char *update_line = "L2 protocol-change update for interface eth7 (iod 7)\n";
-constexpr const char *asked_linkup = "ifsvc_is_linkup(7) = 3";
-constexpr const char *asked_protoup = "ifsvc_is_protoup(7) = 2";
 
 // The interface's answers differ from what the entry holds, and only their low bit counts: the link
 // is up, the protocol down, a switchport, not switching.
@@ -49,14 +47,14 @@ protected:
     // What stands in the journal before anything is changed.
     static std::string opening(u32 type)
     {
-        return lines(asked_type(type), asked_name_of_7, trace_line(update_line));
+        return lines(asked_type(type), asked_name_of_7, traced(update_line));
     }
     // A refresh that finds nothing dirty.
     static std::string refresh_lines(u32 type)
     {
         const std::string update =
             spell("Varn-update for if-index ", hex(type << 24 | 7), ", iod 7\n");
-        return lines(trace_line(update), asked_type(type));
+        return lines(traced(update), asked_type(type));
     }
 };
 
@@ -76,7 +74,7 @@ TEST_F(UpdateL2State, OfAnUnknownIfIndexReportsItAndReturnsTheErrorButHasCounted
     EXPECT_EQ(notified(26, 1), 0x40040007);
     EXPECT_EQ(calls(),
               lines("if_index_get_type(0x1a000007) = 0x40040007",
-                    report_lines("varn_update_l2_state", " Invalid interface index 0x1a000007\n")));
+                    reported("varn_update_l2_state", " Invalid interface index 0x1a000007\n")));
     EXPECT_STREQ(varn_print_str, " Invalid interface index 0x1a000007\n");
     EXPECT_EQ(history_text(), "[77]:  Invalid interface index 0x1a000007\n");
     EXPECT_EQ(counters_moved(), "l2_updates +1");
@@ -165,13 +163,7 @@ TEST_F(UpdateL2State, DeliberatelyLeavesTheLinkOfAPhysicalPortAlone)
     EXPECT_EQ(counters_moved(), "updates[16] +1, l2_updates +1");
 }
 
-struct written_attribute {
-    u32 bit, slot;
-    const char *change;
-    const char *asked;
-};
-
-constexpr written_attribute written_attributes[] = {
+constexpr written_attribute written_by_l2[] = {
     {9, 4, "mac 0200.0000.0007 -> 0a0b.0c0d.0e0f", ""},
     {13, 12, "mtu 1500 -> 9000", ""},
     {10, 19, "vlan 5 -> 30", ""},
@@ -182,7 +174,7 @@ constexpr written_attribute written_attributes[] = {
 // Whatever is dirty stays so, and nothing becomes so.
 TEST_F(UpdateL2State, UpWritesEachAttributeOnlyWhenItIsCachedAndLeavesItsDirtyBit)
 {
-    for (const written_attribute &each : written_attributes)
+    for (const written_attribute &each : written_by_l2)
         for (const u64 dirt : {u64{0}, ~bits(17, 18)}) {
             SCOPED_TRACE(spell("bit ", dec(each.bit), ", dirty ", hex(dirt)));
             varn_if_remove_entry_by_iod(7);
@@ -263,7 +255,7 @@ TEST_F(UpdateL2StateFetchingAgain, TypesNineAndTwentyTwoAskForPortIndexAndLif)
     EXPECT_EQ(calls(), lines(opening(22), asked_linkup, asked_protoup, refresh_lines(22),
                              "idxsvc_lib_ifidx_to_di(0x16000007) = 0 -> 0x107",
                              "lifsvc_query_ifindex_to_lif(0x16000007) = 0 -> 0x2007",
-                             trace_line("lif same as lifsvc's value, clear dirty bit\n")));
+                             traced("lif same as lifsvc's value, clear dirty bit\n")));
     EXPECT_EQ(changes(), "linkup 0 -> 1, protoup 1 -> 0");
     EXPECT_EQ(counters_moved(), "updates[2] +1, updates[3] +1, updates[15] +1, updates[16] +1, "
                                 "l2_updates +1");
@@ -276,7 +268,7 @@ TEST_F(UpdateL2StateFetchingAgain, TypeNineHasNoPortIndex)
     EXPECT_EQ(notified(9, 1), 0);
     EXPECT_EQ(calls(), lines(opening(9), asked_linkup, asked_protoup, refresh_lines(9),
                              "lifsvc_query_ifindex_to_lif(0x9000007) = 0 -> 0x2007",
-                             trace_line("lif same as lifsvc's value, clear dirty bit\n")));
+                             traced("lif same as lifsvc's value, clear dirty bit\n")));
     EXPECT_EQ(changes(), "linkup 0 -> 1, protoup 1 -> 0");
 }
 
@@ -356,7 +348,7 @@ TEST_F(UpdateL2StateOfAPortChannel, InvalidatesItsMembersLast)
     start_with_members();
     EXPECT_EQ(notified(22, 1), 0);
     EXPECT_EQ(calls(), lines(opening(22), asked_linkup, asked_protoup, refresh_lines(22),
-                             trace_line("PC Varn invalidated for 0x16000007\n")));
+                             traced("PC Varn invalidated for 0x16000007\n")));
     EXPECT_EQ(counters_moved(), "updates[15] +1, updates[16] +1, l2_updates +1, pc_updates +1");
     EXPECT_TRUE(members_are_dirty());
 }
@@ -375,8 +367,8 @@ TEST_F(UpdateL2StateOfAPortChannel, WithoutCachedMembersReportsThatAndSucceeds)
     EXPECT_EQ(notified(22, 1), 0);
     EXPECT_EQ(calls(),
               lines(opening(22), asked_linkup, asked_protoup, refresh_lines(22),
-                    report_lines("varn_pc_invalidate",
-                                 "No Memory available for aggsvc entry ifindex 0x16000007\n")));
+                    reported("varn_pc_invalidate",
+                             "No Memory available for aggsvc entry ifindex 0x16000007\n")));
 }
 
 TEST_F(UpdateL2StateOfAPortChannel, WithTheMembersNotCachedDoesNotLookForThem)
@@ -403,12 +395,12 @@ TEST_F(UpdateL2StateOfAPortChannel, GoesOnAfterAFailedRefresh)
     EXPECT_EQ(calls(),
               lines(opening(22), asked_linkup, asked_protoup, refresh_lines(22),
                     "ifsvc_get_iod_frm_ifindex(0x16000007) = 0 -> 99",
-                    report_lines("varn_if_update_entry",
-                                 "If->iod mapping changed for if-index 0x16000007, entry->iod=7, "
-                                 "iod=99, err: 0x0\n"),
-                    trace_line("Varn remove failed for Interface with iod 99\n"),
-                    report_lines("varn_pc_invalidate",
-                                 "No Memory available for aggsvc entry ifindex 0x16000007\n")));
+                    reported("varn_if_update_entry",
+                             "If->iod mapping changed for if-index 0x16000007, entry->iod=7, "
+                             "iod=99, err: 0x0\n"),
+                    traced("Varn remove failed for Interface with iod 99\n"),
+                    reported("varn_pc_invalidate",
+                             "No Memory available for aggsvc entry ifindex 0x16000007\n")));
 }
 
 // The service failed and yet named the entry's own iod: the refresh destroys the very entry.

@@ -7,8 +7,6 @@
 namespace
 {
 
-constexpr const char *asked_linkup = "ifsvc_is_linkup(7) = 3";
-constexpr const char *asked_protoup = "ifsvc_is_protoup(7) = 2";
 constexpr const char *asked_mac = "ifsvc_get_if_src_mac_addr(7) = 0 -> 0a0b.0c0d.0e0f";
 constexpr const char *asked_switchport = "ifsvc_is_switchport(7) = 5";
 constexpr const char *asked_ethernet = "ifsvc_is_ethernet(7) = 1";
@@ -53,13 +51,13 @@ protected:
     static std::string opening(u32 type)
     {
         return lines(asked_type(type), asked_name_of_7,
-                     trace_line("L3 Protocol-change update for interface eth7 (iod 7)\n"));
+                     traced("L3 Protocol-change update for interface eth7 (iod 7)\n"));
     }
     static std::string refresh_lines(u32 type)
     {
         const std::string update =
             spell("Varn-update for if-index ", hex(type << 24 | 7), ", iod 7\n");
-        return lines(trace_line(update), asked_type(type));
+        return lines(traced(update), asked_type(type));
     }
 };
 
@@ -80,7 +78,7 @@ TEST_F(UpdateL3State, OfAnUnknownIfIndexReportsItReturnsTheErrorAndHasNotCounted
     EXPECT_EQ(notified(26, 1), 0x41);
     EXPECT_EQ(calls(),
               lines("if_index_get_type(0x1a000007) = 0x41",
-                    report_lines("varn_update_l3_state", " Invalid interface index 0x1a000007\n")));
+                    reported("varn_update_l3_state", " Invalid interface index 0x1a000007\n")));
     EXPECT_STREQ(varn_print_str, " Invalid interface index 0x1a000007\n");
     EXPECT_EQ(history_text(), "[77]:  Invalid interface index 0x1a000007\n");
     EXPECT_EQ(counters_moved(), "");
@@ -104,7 +102,7 @@ TEST_F(UpdateL3State, OfIodZeroFillsItIntoTheRecord)
     EXPECT_EQ(update.get()->iod, 7u);
     EXPECT_EQ(calls(), lines(asked_type(26), "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0 -> 7",
                              asked_name_of_7,
-                             trace_line("L3 Protocol-change update for interface eth7 (iod 7)\n"),
+                             traced("L3 Protocol-change update for interface eth7 (iod 7)\n"),
                              asked_linkup, asked_protoup));
     EXPECT_EQ(counters_moved(), "updates[15] +1, updates[16] +1, l3_updates +1");
 }
@@ -117,9 +115,9 @@ TEST_F(UpdateL3State, OfAnIodThatCannotBeHadReportsItReturnsTheErrorAndHasNotCou
     EXPECT_EQ(varn_update_l3_state(update.get()), 0x40040009);
     EXPECT_EQ(update.get()->iod, 0u);
     EXPECT_EQ(calls(), lines(asked_type(26), "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0x40040009",
-                             report_lines("varn_update_l3_state",
-                                          "ifsvc_get_iod_frm_ifindex failed for if-index "
-                                          "0x1a000007, err: 0x40040009\n")));
+                             reported("varn_update_l3_state",
+                                      "ifsvc_get_iod_frm_ifindex failed for if-index "
+                                      "0x1a000007, err: 0x40040009\n")));
     EXPECT_STREQ(varn_print_str, "ifsvc_get_iod_frm_ifindex failed for if-index 0x1a000007, err: "
                                  "0x40040009\n");
     EXPECT_EQ(counters_moved(), "");
@@ -145,9 +143,9 @@ TEST_F(UpdateL3StateTracking, RemovesTheEntryOfWhatIsNotUp)
         start_with(26, bits(1, 17), 5);
         EXPECT_EQ(notified(26, state), 0);
         EXPECT_EQ(calls(),
-                  lines(opening(26), trace_line("Removing varn entry for if-iod 7 on l3-change.\n"),
-                        trace_line("If-destroy for if-index 0x1a000007, iod 7, pi "
-                                   "0xffffffff, lif 0xffffffff\n")));
+                  lines(opening(26), traced("Removing varn entry for if-iod 7 on l3-change.\n"),
+                        traced("If-destroy for if-index 0x1a000007, iod 7, pi "
+                               "0xffffffff, lif 0xffffffff\n")));
         EXPECT_EQ(counters_moved(), "if_frees +1, if_destroys +1, if_index.removes +1, "
                                     "iod_index.removes +1, l3_updates +1");
         EXPECT_EQ(entry(7), nullptr);
@@ -168,10 +166,10 @@ TEST_F(UpdateL3StateTracking, CreatesAnEntryOfWhatIsUp)
     start_client(config().sync(bits(1, 17)).track_l3(1));
     EXPECT_EQ(notified(26, 1), 0);
     EXPECT_EQ(calls(),
-              lines(opening(26), trace_line("Creating varn entry for if-iod 7 on l3-change.\n"),
+              lines(opening(26), traced("Creating varn entry for if-iod 7 on l3-change.\n"),
                     "ifsvc_get_ifindex_frm_iod(7) = 0 -> 0x1a000007", asked_type(26),
-                    trace_line("If-create for if-index 0x1a000007, iod 7, pi 0xffffffff, "
-                               "lif 0xffffffff\n"),
+                    traced("If-create for if-index 0x1a000007, iod 7, pi 0xffffffff, "
+                           "lif 0xffffffff\n"),
                     "ifsvc_get_if_mtu(7) = 1500", refresh_lines(26), asked_linkup));
     EXPECT_EQ(counters_moved(), "updates[15] +1, if_allocs +1, if_index.inserts +1, "
                                 "iod_index.inserts +1, l3_updates +1");
@@ -185,7 +183,7 @@ TEST_F(UpdateL3StateTracking, ReturnsZeroEvenWhenNoEntryCouldBeCreated)
     on(ifsvc_get_ifindex_frm_iod).fails(0x42);
     EXPECT_EQ(notified(26, 1), 0);
     EXPECT_EQ(calls(),
-              lines(opening(26), trace_line("Creating varn entry for if-iod 7 on l3-change.\n"),
+              lines(opening(26), traced("Creating varn entry for if-iod 7 on l3-change.\n"),
                     "ifsvc_get_ifindex_frm_iod(7) = 0x42"));
     EXPECT_EQ(entry(7), nullptr);
 }
@@ -198,7 +196,7 @@ TEST_F(UpdateL3StateTracking, WithoutEntryOtherwiseCreatesNoneAndSaysSo)
         EXPECT_EQ(notified(26, state), -1);
         const std::string told = spell("Not creating cache entry for if-iod 7 on l3-change, ",
                                        dec(track_l3), ", state: ", dec(state), "\n");
-        EXPECT_EQ(calls(), lines(opening(26), trace_line(told)));
+        EXPECT_EQ(calls(), lines(opening(26), traced(told)));
         EXPECT_EQ(counters_moved(), "l3_updates +1");
         EXPECT_EQ(entry(7), nullptr);
     }
@@ -258,13 +256,7 @@ TEST_F(UpdateL3State, AsksForTheLinkOfAPhysicalPortTooAndLooksAtNoSyncBit)
     EXPECT_EQ(counters_moved(), "updates[15] +1, updates[16] +1, l3_updates +1");
 }
 
-struct written_attribute {
-    u32 bit, slot;
-    const char *change;
-    const char *asked;
-};
-
-constexpr written_attribute written_attributes[] = {
+constexpr written_attribute written_by_l3[] = {
     {9, 4, "mac 0200.0000.0007 -> 0a0b.0c0d.0e0f", asked_mac},
     {13, 12, "mtu 1500 -> 9000", ""},
     {15, 13, "switchport 0 -> 1", asked_switchport},
@@ -274,7 +266,7 @@ constexpr written_attribute written_attributes[] = {
 
 TEST_F(UpdateL3State, WritesEachAttributeOnlyWhenItIsCachedAndLeavesItsDirtyBit)
 {
-    for (const written_attribute &each : written_attributes)
+    for (const written_attribute &each : written_by_l3)
         for (const u64 dirt : {u64{0}, ~bits(17, 18)}) {
             SCOPED_TRACE(spell("bit ", dec(each.bit), ", dirty ", hex(dirt)));
             varn_if_entry_t &kept = start_with(26, bits(1, each.bit));
@@ -406,14 +398,14 @@ TEST_F(UpdateL3StateFetchingAgain, APortChannelMovesAndLosesItsMembersLast)
     EXPECT_EQ(calls(),
               lines(opening(22), asked_linkup, asked_protoup, refresh_lines(22),
                     "idxsvc_lib_ifidx_to_di(0x16000007) = 0 -> 0x777",
-                    trace_line("If->pi mapping changed for if-index 0x16000007, entry->pi=7, "
-                               "pi=263, port_index=1911\n"),
-                    trace_line("Removing stale entry for if-index 0x16000007, iod 7, pi 0x107  "
-                               "for new port-index 0x777\n"),
-                    trace_line("Creating pi entry for if-index 0x16000007, iod 7, pi 0x777\n"),
+                    traced("If->pi mapping changed for if-index 0x16000007, entry->pi=7, "
+                           "pi=263, port_index=1911\n"),
+                    traced("Removing stale entry for if-index 0x16000007, iod 7, pi 0x107  "
+                           "for new port-index 0x777\n"),
+                    traced("Creating pi entry for if-index 0x16000007, iod 7, pi 0x777\n"),
                     "lifsvc_query_ifindex_to_lif(0x16000007) = 0 -> 0x2007",
-                    trace_line("lif same as lifsvc's value, clear dirty bit\n"),
-                    trace_line("PC Varn invalidated for 0x16000007\n")));
+                    traced("lif same as lifsvc's value, clear dirty bit\n"),
+                    traced("PC Varn invalidated for 0x16000007\n")));
     EXPECT_EQ(changes(), "pi 0x107 -> 0x777, linkup 0 -> 1, protoup 1 -> 0, pi_remaps 0 -> 1");
     EXPECT_TRUE(members_are_dirty());
 }

@@ -2,12 +2,10 @@
 //
 // Start: what varn_init makes and in which order, what it does with the configuration, and what is
 // left when a table cannot be made. The whole journal of a start is compared, for every mask.
-#include "varn.h"
-#include "varn_fixture.h"
+#include "lifecycle_ground.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <array>
 #include <cstring>
 #include <string>
@@ -15,12 +13,6 @@
 
 namespace
 {
-
-bool is_all(const void *object, std::size_t size, unsigned char byte)
-{
-    const auto *bytes = static_cast<const unsigned char *>(object);
-    return std::all_of(bytes, bytes + size, [byte](unsigned char each) { return each == byte; });
-}
 
 const std::string account =
     "memacct_init(\"Varn\", 544, [\"VARN_MEM_NONE\", \"VARN_MEM_varn_if_entry_t\", "
@@ -46,8 +38,6 @@ const table_row tables_made[] = {
     {"Vlan", 10, 4, varn.vlan_table, no_table, "varn_vlan_table_init", false},
     {"Pc", 33, 4, varn.pc_table, "Couldn't initialize pc hash table", "varn_pc_table_init", false},
 };
-
-constexpr u64 every_table = bits(1, 2, 3, 10, 33);
 
 std::string made(const table_row &row, u32 buckets, const char *result = "1")
 {

@@ -2,29 +2,19 @@
 //
 // The exported objects, stop, off and on: what varn_cleanup leaves alone, and which half of the
 // sync mask survives a time off.
-#include "varn.h"
-#include "varn_fixture.h"
+#include "lifecycle_ground.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 
 namespace
 {
 
-bool is_all(const void *object, std::size_t size, unsigned char byte)
-{
-    const auto *bytes = static_cast<const unsigned char *>(object);
-    return std::all_of(bytes, bytes + size, [byte](unsigned char each) { return each == byte; });
-}
-
 // Seen before main, so before any test has touched the library.
 const bool all_zero_at_load =
     is_all(&varn, sizeof varn, 0) && varn_enabled == 0 && varn_do_sync == 0 && varn_error_cb == 0 &&
     is_all(varn_iodbmp, sizeof varn_iodbmp, 0) && is_all(varn_print_str, sizeof varn_print_str, 0);
-
-constexpr u64 every_table = bits(1, 2, 3, 10, 33);
 
 class lifecycle : public varn_test
 {

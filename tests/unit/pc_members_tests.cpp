@@ -15,13 +15,14 @@ using PcMember = pc_ground;
 const std::string asked = "aggsvc_get_pc_mbr_ifidx_from_rbh(0x16000003, 5) = 0 -> 0x1a000002";
 const std::string told_answer = traced("Varn PC ifindex: 0x16000003, rbh: 5, phy: 0x1a000002\n");
 
-constexpr const char *query = "varn_aggsvc_get_pc_mbr_ifidx_from_rbh";
+constexpr const char *members_query = "varn_aggsvc_get_pc_mbr_ifidx_from_rbh";
 
 std::string bad_answer(const std::string &code)
 {
-    return reported(query, "get_pc_mbr_ifidx_for_all_rbh bad for ifindex 0x16000003, bndl_port 5, "
-                           "retval " +
-                               code + "\n");
+    return reported(members_query,
+                    "get_pc_mbr_ifidx_for_all_rbh bad for ifindex 0x16000003, bndl_port 5, "
+                    "retval " +
+                        code + "\n");
 }
 
 // A service that fails with this code after it has written this member.
@@ -153,7 +154,7 @@ TEST_F(PcMember, WithoutMemoryIsReportedAndNotAsked)
     EXPECT_EQ(member, 0u);
     EXPECT_EQ(calls(), lines(pc_missing, "memacct_alloc(544, 3, 140) = null",
                              traced("varn_pc_create_entry: Malloc failure\n"),
-                             reported(query, no_memory_text)));
+                             reported(members_query, no_memory_text)));
     EXPECT_EQ(counters_moved(), "");
 }
 
@@ -167,7 +168,7 @@ TEST_F(PcMember, WithoutARoomInTheTableIsReportedAndNotAsked)
     EXPECT_EQ(calls(), lines(pc_missing, "memacct_alloc(544, 3, 140) = block",
                              "ht_insert(Pc, 0x16000003) = 0",
                              reported("varn_pc_insert_entry", "*** Failed to add pc entry\n"),
-                             "memacct_free(type 3)", reported(query, no_memory_text)));
+                             "memacct_free(type 3)", reported(members_query, no_memory_text)));
     EXPECT_EQ(counters_moved(), "pc_allocs +1, pc_frees +1");
 }
 
@@ -179,7 +180,7 @@ TEST_F(PcMember, WhileSwitchedOffIsAnErrorAndNotAsked)
     u32 member = 0xDEAD;
     EXPECT_EQ(varn_aggsvc_get_pc_mbr_ifidx_from_rbh(channel, 5, &member), 1u);
     EXPECT_EQ(member, 0u);
-    EXPECT_EQ(calls(), reported(query, no_memory_text));
+    EXPECT_EQ(calls(), reported(members_query, no_memory_text));
     EXPECT_EQ(counters_moved(), "");
 }
 
@@ -239,10 +240,10 @@ TEST_F(PcMember, PastTheCacheTakesAnyBucketAsTheNumberThatItIs)
     on(aggsvc_get_pc_mbr_ifidx_from_rbh).of(channel, 200u).answers(0x41);
     u32 member = 0xDEAD;
     EXPECT_EQ(varn_aggsvc_get_pc_mbr_ifidx_from_rbh(channel, 200, &member), 1u);
-    EXPECT_EQ(calls(),
-              lines("aggsvc_get_pc_mbr_ifidx_from_rbh(0x16000003, 200) = 0x41",
-                    reported(query, "get_pc_mbr_ifidx_for_all_rbh bad for ifindex 0x16000003, "
-                                    "bndl_port 200, retval 0x41\n")));
+    EXPECT_EQ(calls(), lines("aggsvc_get_pc_mbr_ifidx_from_rbh(0x16000003, 200) = 0x41",
+                             reported(members_query,
+                                      "get_pc_mbr_ifidx_for_all_rbh bad for ifindex 0x16000003, "
+                                      "bndl_port 200, retval 0x41\n")));
 }
 
 // Disabling and restoring keeps only the low half of the attribute bits.

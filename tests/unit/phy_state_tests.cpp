@@ -14,7 +14,7 @@ constexpr const char *counted_removal = "if_frees +1, if_destroys +1, if_index.r
 
 std::string interface_line(const varn_if_entry_t *entry, unsigned state)
 {
-    return trace_line(
+    return traced(
         spell("Interface eth7 (iod 7): entry ", address_text(entry), ", state ", dec(state), "\n"));
 }
 
@@ -27,12 +27,12 @@ u32 notified(unsigned state)
 // What a creation for iod 7 writes and asks when only iod and linkup are cached.
 std::string creation_lines()
 {
-    return lines(trace_line("Creating varn entry for if-iod 7 on phy-change.\n"),
+    return lines(traced("Creating varn entry for if-iod 7 on phy-change.\n"),
                  "ifsvc_get_ifindex_frm_iod(7) = 0 -> 0x1a000007", asked_type_of_7,
-                 trace_line("If-create for if-index 0x1a000007, iod 7, pi 0xffffffff, lif "
-                            "0xffffffff\n"),
+                 traced("If-create for if-index 0x1a000007, iod 7, pi 0xffffffff, lif "
+                        "0xffffffff\n"),
                  "ifsvc_get_if_mtu(7) = 1500",
-                 trace_line("Varn-update for if-index 0x1a000007, iod 7\n"), asked_type_of_7,
+                 traced("Varn-update for if-index 0x1a000007, iod 7\n"), asked_type_of_7,
                  "ifsvc_is_linkup(7) = 1");
 }
 
@@ -69,9 +69,9 @@ TEST_F(UpdatePhyState, OfALinkThatWentAwayDeletesItsEntry)
     const varn_if_entry_t *kept = &watched(7);
     EXPECT_EQ(notified(2), 1u);
     EXPECT_EQ(calls(), lines(asked_name_of_7, interface_line(kept, 2),
-                             trace_line("Deleting varn entry for if-iod 7 on phy-change.\n"),
-                             trace_line("If-destroy for if-index 0x1a000007, iod 7, pi 0xffffffff, "
-                                        "lif 0xffffffff\n")));
+                             traced("Deleting varn entry for if-iod 7 on phy-change.\n"),
+                             traced("If-destroy for if-index 0x1a000007, iod 7, pi 0xffffffff, "
+                                    "lif 0xffffffff\n")));
     EXPECT_EQ(counters_moved(), counted_removal);
     EXPECT_EQ(entry(7), nullptr);
     EXPECT_EQ(released().size(), 1u);
@@ -152,8 +152,8 @@ TEST_F(UpdatePhyState, ReturnsOneEvenWhenNoEntryCouldBeCreated)
     gone(7);
     EXPECT_EQ(notified(1), 1u);
     EXPECT_EQ(calls(), lines("ifsvc_get_if_name(7) = \"(unknown iod 7)\"",
-                             trace_line("Interface (unknown iod 7) (iod 7): entry 0x0, state 1\n"),
-                             trace_line("Creating varn entry for if-iod 7 on phy-change.\n"),
+                             traced("Interface (unknown iod 7) (iod 7): entry 0x0, state 1\n"),
+                             traced("Creating varn entry for if-iod 7 on phy-change.\n"),
                              "ifsvc_get_ifindex_frm_iod(7) = 0x40040004"));
     EXPECT_EQ(counters_moved(), "phy_updates +1");
     EXPECT_EQ(entry(7), nullptr);
@@ -172,8 +172,8 @@ TEST_F(UpdatePhyState, FindsTheEntryByIodAlone)
     phy_message of_another_iod = phy_of(index_7, 8, 2);
     EXPECT_EQ(varn_update_phy_state(of_another_iod.get()), 0u);
     EXPECT_EQ(calls(), lines("ifsvc_get_if_name(8) = \"(unknown iod 8)\"",
-                             trace_line("Interface (unknown iod 8) (iod 8): entry 0x0, state "
-                                        "2\n")));
+                             traced("Interface (unknown iod 8) (iod 8): entry 0x0, state "
+                                    "2\n")));
     EXPECT_EQ(entry(7), &kept);
 }
 
@@ -198,7 +198,7 @@ TEST_F(UpdatePhyStateOfAMember, InvalidatesThePortChannelBeforeAllElse)
     const varn_if_entry_t *kept = &watched(7);
     EXPECT_EQ(notified(1), 1u);
     EXPECT_EQ(calls(), lines(asked_type_of_7, asked_channel_of_7,
-                             trace_line("PC Varn invalidated for 0x16000003\n"), asked_name_of_7,
+                             traced("PC Varn invalidated for 0x16000003\n"), asked_name_of_7,
                              interface_line(kept, 1)));
     EXPECT_EQ(counters_moved(), "phy_updates +1, pc_updates +1");
     EXPECT_TRUE(members_are_dirty());
@@ -209,7 +209,7 @@ TEST_F(UpdatePhyStateOfAMember, InvalidatesThePortChannelAlsoWithoutEntry)
     start_with_channel(bits(1, 17));
     EXPECT_EQ(notified(2), 0u);
     EXPECT_EQ(calls(), lines(asked_type_of_7, asked_channel_of_7,
-                             trace_line("PC Varn invalidated for 0x16000003\n"), asked_name_of_7,
+                             traced("PC Varn invalidated for 0x16000003\n"), asked_name_of_7,
                              interface_line(nullptr, 2)));
     EXPECT_TRUE(members_are_dirty());
 }
@@ -232,7 +232,7 @@ TEST_F(UpdatePhyStateOfAMember, AsksForThePortChannelOfTheRecordsIfIndex)
     EXPECT_EQ(varn_update_phy_state(mixed.get()), 1u);
     EXPECT_EQ(calls(), lines("if_index_get_type(0x1a000008) = 0 -> 26",
                              "aggsvc_get_pc_for_port(0x1a000008) = 0 -> 0x16000003",
-                             trace_line("PC Varn invalidated for 0x16000003\n"), asked_name_of_7,
+                             traced("PC Varn invalidated for 0x16000003\n"), asked_name_of_7,
                              interface_line(kept, 1)));
 }
 
@@ -271,11 +271,10 @@ TEST_F(UpdatePhyStateOfAMember, GoesOnWhenThePortChannelIsNotCached)
     start_caching(bits(1, 17, 33));
     const varn_if_entry_t *kept = &watched(7);
     EXPECT_EQ(notified(1), 1u);
-    EXPECT_EQ(calls(),
-              lines(asked_type_of_7, asked_channel_of_7,
-                    report_lines("varn_pc_invalidate",
-                                 "No Memory available for aggsvc entry ifindex 0x16000003\n"),
-                    asked_name_of_7, interface_line(kept, 1)));
+    EXPECT_EQ(calls(), lines(asked_type_of_7, asked_channel_of_7,
+                             reported("varn_pc_invalidate",
+                                      "No Memory available for aggsvc entry ifindex 0x16000003\n"),
+                             asked_name_of_7, interface_line(kept, 1)));
 }
 
 TEST_F(UpdatePhyStateOfAMember, GoesOnWhenTheIfIndexIsRejected)
@@ -285,8 +284,8 @@ TEST_F(UpdatePhyStateOfAMember, GoesOnWhenTheIfIndexIsRejected)
     on(if_index_get_type).fails(0x41);
     EXPECT_EQ(notified(1), 1u);
     EXPECT_EQ(calls(), lines("if_index_get_type(0x1a000007) = 0x41",
-                             report_lines("varn_pc_invalidate_entry_by_phy_if",
-                                          "Invalid interface index 0x1a000007\n"),
+                             reported("varn_pc_invalidate_entry_by_phy_if",
+                                      "Invalid interface index 0x1a000007\n"),
                              asked_name_of_7, interface_line(kept, 1)));
     EXPECT_FALSE(members_are_dirty());
 }

@@ -10,7 +10,7 @@
 namespace
 {
 
-constexpr u32 untouched = 0xABCD;
+constexpr u32 unwritten_port_mode = 0xABCD;
 constexpr const char *asked_7 = "ifsvc_get_ifindex_port_mode_list(0x1a000007, 1) = 0 -> 0x200";
 
 class PortMode : public varn_test
@@ -31,7 +31,7 @@ protected:
         return varn_portsvc_gldb_get_ifindex_port_mode(if_index, &mode);
     }
 
-    u32 mode = untouched;
+    u32 mode = unwritten_port_mode;
 };
 
 // The 536 bytes that the service was sent.
@@ -222,7 +222,7 @@ TEST_F(PortMode, OfAnyOtherTypeIs0AndAsksNobody)
         entry(8)->ips = 1;
         forget_all();
 
-        mode = untouched;
+        mode = unwritten_port_mode;
         EXPECT_EQ(ask(if_index), 0u);
         EXPECT_EQ(mode, 0u);
         EXPECT_EQ(calls(), "");
@@ -249,7 +249,7 @@ TEST_F(PortMode, WhoseTypeCannotBeToldReportsItAndStaysStale)
 
     EXPECT_EQ(ask(), 0x40290000u);
 
-    EXPECT_EQ(mode, untouched);
+    EXPECT_EQ(mode, unwritten_port_mode);
     EXPECT_EQ(calls(), lines("if_index_get_type(0x1a000007) = 0 -> 26",
                              "if_index_get_type(0x1a000007) = 0x41",
                              "error_cb(0x6, \"%s:%d: %s\\n\", "

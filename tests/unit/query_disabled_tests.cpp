@@ -10,12 +10,11 @@
 namespace
 {
 
-constexpr std::uint8_t mac_of_7[6] = {2, 0, 0, 0, 0, 7};
 constexpr u64 not_kept_in_entries = bits(14); // a name is asked every time
 
 // The queries with outputs, as functions of an iod.
 u32 ask_mac(u32 iod) { return varn_ifsvc_get_if_mac_addr(iod)[5]; }
-u32 ask_is_mac(u32 iod) { return varn_ifsvc_is_if_mac_addr(iod, mac_of_7); }
+u32 ask_is_mac(u32 iod) { return varn_ifsvc_is_if_mac_addr(iod, mac_of_7.data()); }
 u32 ask_name(u32 iod) { return static_cast<u32>(std::string(varn_ifsvc_get_if_name(iod)).size()); }
 u32 ask_vlan_info(u32 iod)
 {

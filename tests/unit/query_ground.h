@@ -17,6 +17,7 @@ constexpr const char *asked_if_index = "ifsvc_get_ifindex_frm_iod(7) = 0 -> 0x1a
 constexpr const char *asked_first_mtu = "ifsvc_get_if_mtu(7) = 1500";
 constexpr const char *asked_unknown_iod = "ifsvc_get_ifindex_frm_iod(7) = 0x40040004";
 constexpr const char *counted_creation = "if_allocs +1, if_index.inserts +1, iod_index.inserts +1";
+constexpr mac_address mac_of_7{2, 0, 0, 0, 0, 7};
 
 // "misses[15] +1": a counter of a slot that has moved by one.
 inline std::string one(const char *array, unsigned slot)

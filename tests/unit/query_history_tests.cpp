@@ -12,7 +12,7 @@ namespace
 {
 
 constexpr u32 ports = 8;
-constexpr u32 steps = 1500;
+constexpr u32 steps_of_history = 1500;
 
 // A query whose cached answer is the service's own while the service says 0 and 1, or 16 bits.
 struct twin {
@@ -73,13 +73,13 @@ const twin twins[] = {
 };
 
 // An attribute of the world, and the bit that a change of it makes stale.
-struct change {
+struct world_change {
     u32 facts::*which;
     unsigned bit;
     u32 values; // 0 to values - 1
 };
 
-const change changes[] = {
+const world_change world_changes[] = {
     {&facts::linkup, 17, 2},    {&facts::protoup, 18, 2},   {&facts::switchport, 15, 2},
     {&facts::switching, 16, 2}, {&facts::ethernet, 19, 2},  {&facts::is_vlan, 20, 2},
     {&facts::null0, 22, 2},     {&facts::p2p, 23, 2},       {&facts::loopback, 24, 2},
@@ -114,7 +114,7 @@ protected:
     void change_and_tell()
     {
         const u32 iod = 1 + below(ports);
-        const change &made = one_of(changes);
+        const world_change &made = one_of(world_changes);
         the(iod).is.*made.which = below(made.values);
         mark_stale(iod, bits(made.bit));
     }
@@ -275,7 +275,7 @@ protected:
 TEST_P(CacheHistory, ToldOfEveryChangeAnswersAsTheServicesDo)
 {
     start_small();
-    for (u32 step = 0; step < steps && goes_on(); ++step) {
+    for (u32 step = 0; step < steps_of_history && goes_on(); ++step) {
         SCOPED_TRACE(step);
         told_step();
         expect_answer_of_the_service();
@@ -287,7 +287,7 @@ TEST_P(CacheHistory, ToldOfEveryChangeAnswersAsTheServicesDo)
 TEST_P(CacheHistory, InAWildWorldKeepsTheInvariants)
 {
     start_small();
-    for (u32 step = 0; step < steps && goes_on(); ++step) {
+    for (u32 step = 0; step < steps_of_history && goes_on(); ++step) {
         SCOPED_TRACE(step);
         captured_stdout([this] { wild_step(); }); // the warnings of failed allocations
         check();

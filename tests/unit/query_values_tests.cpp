@@ -14,7 +14,6 @@ using bytes = mac_address;
 
 constexpr bytes no_mac = {0, 0, 0, 0, 0, 0};
 constexpr bytes other_mac = {2, 0, 0, 0, 0, 9};
-constexpr bytes mac_of_7 = {2, 0, 0, 0, 0, 7};
 
 bytes six(const std::uint8_t *from)
 {

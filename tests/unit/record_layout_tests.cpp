@@ -124,7 +124,7 @@ TEST(InterfaceEntry, HasUnsignedFields)
     EXPECT_EQ(u64{entry.dirty}, 0xFFFFFFFFFFFFFFFFu);
 }
 
-struct flag {
+struct flag_field {
     const char *name;
     std::size_t at;
     unsigned bit;
@@ -133,7 +133,7 @@ struct flag {
 };
 
 #define FLAG(member, at, bit)                                                                      \
-    flag                                                                                           \
+    flag_field                                                                                     \
     {                                                                                              \
 #member, at, bit,                                                                          \
             [](varn_if_entry_t &                                                                   \
@@ -141,14 +141,14 @@ struct flag {
                                                     &entry) { return unsigned{entry.member}; }     \
     }
 
-const std::vector<flag> flags = {
+const std::vector<flag_field> flag_fields = {
     FLAG(switchport, 104, 0), FLAG(switching, 104, 1), FLAG(linkup, 104, 2), FLAG(protoup, 104, 3),
     FLAG(ethernet, 104, 4),   FLAG(is_vlan, 104, 5),   FLAG(ips, 104, 6),    FLAG(null, 104, 7),
     FLAG(loopback, 105, 0),   FLAG(p2p, 105, 1),       FLAG(mvpn, 105, 2)};
 
 TEST(InterfaceEntry, HasEveryFlagInItsOneBit)
 {
-    for (const flag &each : flags) {
+    for (const flag_field &each : flag_fields) {
         SCOPED_TRACE(each.name);
         varn_if_entry_t entry;
         std::memset(static_cast<void *>(&entry), 0, sizeof entry);
@@ -162,14 +162,14 @@ TEST(InterfaceEntry, HasEveryFlagInItsOneBit)
 
 TEST(InterfaceEntry, ReadsEveryFlagFromItsOneBit)
 {
-    for (const flag &each : flags) {
+    for (const flag_field &each : flag_fields) {
         SCOPED_TRACE(each.name);
         unsigned char bytes[sizeof(varn_if_entry_t)];
         std::memset(bytes, 0xFF, sizeof bytes);
         bytes[each.at] = static_cast<unsigned char>(0xFFu & ~(1u << each.bit));
         varn_if_entry_t entry;
         std::memcpy(static_cast<void *>(&entry), bytes, sizeof entry);
-        for (const flag &other : flags)
+        for (const flag_field &other : flag_fields)
             EXPECT_EQ(other.get(entry), other.name == each.name ? 0u : 1u) << other.name;
     }
 }

@@ -7,7 +7,7 @@
 namespace
 {
 
-class refresh_test : public entry_test
+class deviant_refresh : public entry_test
 {
 protected:
     void SetUp() override
@@ -31,7 +31,7 @@ protected:
 
 // ---- the first operational member ----
 
-using RefreshOfTheMember = refresh_test;
+using RefreshOfTheMember = deviant_refresh;
 
 TEST_F(RefreshOfTheMember, OfAPortChannelAsksWithItsIfIndex)
 {
@@ -94,7 +94,7 @@ TEST_F(RefreshOfTheMember, OfAnyOtherTypeClearsTheBitWithoutAQuestionOrACount)
 
 // ---- the MAC ----
 
-using RefreshOfTheMac = refresh_test;
+using RefreshOfTheMac = deviant_refresh;
 
 TEST_F(RefreshOfTheMac, CopiesTheSixBytes)
 {
@@ -174,7 +174,7 @@ TEST_F(SourceMac, IsAskedForAlsoWhileTheCacheIsOff)
 
 // ---- the port mode ----
 
-using RefreshOfThePortMode = refresh_test;
+using RefreshOfThePortMode = deviant_refresh;
 
 TEST_F(RefreshOfThePortMode, OfType26SetsTheFlagWhateverTheAnswer)
 {
@@ -225,7 +225,7 @@ TEST_F(RefreshOfThePortMode, OfAnyOtherTypeDoesNothingAndDeliberatelyKeepsTheBit
 
 // ---- the VLAN ----
 
-class RefreshOfTheVlan : public refresh_test
+class RefreshOfTheVlan : public deviant_refresh
 {
 protected:
     void refresh_vlan(u64 also_dirty = 0)
@@ -348,7 +348,7 @@ TEST_F(RefreshOfTheVlan, AloneStoresAParent)
 
 // ---- the bits ----
 
-using RefreshOfTheMask = refresh_test;
+using RefreshOfTheMask = deviant_refresh;
 
 TEST_F(RefreshOfTheMask, NeverClearsTheBitsThatItDoesNotFill)
 {

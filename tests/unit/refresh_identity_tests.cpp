@@ -7,9 +7,6 @@
 namespace
 {
 
-const std::string started = lines(traced("Varn-update for if-index 0x1a000007, iod 7\n"),
-                                  "if_index_get_type(0x1a000007) = 0 -> 26");
-
 // Ports 7 and 8 stand in all tables; only what a test makes dirty is refreshed.
 class Refresh : public entry_test
 {
@@ -52,7 +49,7 @@ TEST_F(Refresh, OfACleanEntryOnlyTracesAndReadsTheType)
 {
     for (const u32 is_new : {0u, 1u}) {
         EXPECT_EQ(refresh(0, is_new), 1u);
-        EXPECT_EQ(seen(), started);
+        EXPECT_EQ(seen(), refresh_of_7_began);
         EXPECT_EQ(counters_moved(), "");
     }
 }
@@ -78,7 +75,8 @@ TEST_F(IodCheck, OfTheSameIodGoesOnAndDeliberatelyKeepsTheBit)
 {
     for (int again = 0; again < 2; ++again) {
         EXPECT_EQ(refresh(bits(1)), 1u);
-        EXPECT_EQ(seen(), lines(started, "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0 -> 7"));
+        EXPECT_EQ(seen(),
+                  lines(refresh_of_7_began, "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0 -> 7"));
         EXPECT_EQ(dirty_of(refreshed), bits(1));
         EXPECT_EQ(counters_moved(), "updates[1] +1");
     }
@@ -90,7 +88,7 @@ TEST_F(IodCheck, IsNotMadeOfANewEntryNorWithAClearBit)
     EXPECT_EQ(refresh(bits(1), 1), 1u);
     EXPECT_EQ(dirty_of(refreshed), bits(1));
     EXPECT_EQ(refresh(0), 1u);
-    EXPECT_EQ(seen(), lines(started, started));
+    EXPECT_EQ(seen(), lines(refresh_of_7_began, refresh_of_7_began));
     EXPECT_EQ(counters_moved(), "");
 }
 
@@ -100,7 +98,7 @@ TEST_F(IodCheck, OfAnotherIodRemovesTheEntryOfThatIodAndDeliberatelyKeepsItsOwn)
     EXPECT_EQ(refresh(~u64{0}), 0u);
     EXPECT_EQ(
         seen(),
-        lines(started, "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0 -> 8",
+        lines(refresh_of_7_began, "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0 -> 8",
               reported("varn_if_update_entry", "If->iod mapping changed for if-index 0x1a000007, "
                                                "entry->iod=7, iod=8, err: 0x0\n"),
               traced("If-destroy for if-index 0x1a000008, iod 8, pi 0x108, lif 0x2008\n"),
@@ -122,7 +120,7 @@ TEST_F(IodCheck, OfAnotherIodWithoutAnEntryTracesThatNoneWasRemoved)
     EXPECT_EQ(refresh(bits(1, 2, 3)), 0u);
     EXPECT_EQ(
         seen(),
-        lines(started, "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0 -> 9",
+        lines(refresh_of_7_began, "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0 -> 9",
               reported("varn_if_update_entry", "If->iod mapping changed for if-index 0x1a000007, "
                                                "entry->iod=7, iod=9, err: 0x0\n"),
               "ht_lookup(Iod, 9) = null", traced("Varn remove failed for Interface with iod 9\n")));
@@ -134,12 +132,13 @@ TEST_F(IodCheck, OfAnIodBeyondTheBitmapFindsNoEntryToRemove)
 {
     on(ifsvc_get_iod_frm_ifindex).answers(0, 0xFFFFFFFF);
     EXPECT_EQ(refresh(bits(1)), 0u);
-    EXPECT_EQ(seen(), lines(started, "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0 -> 4294967295",
-                            reported("varn_if_update_entry",
-                                     "If->iod mapping changed for if-index 0x1a000007, "
-                                     "entry->iod=7, iod=-1, err: 0x0\n"),
-                            "ht_lookup(Iod, 4294967295) = null",
-                            traced("Varn remove failed for Interface with iod -1\n")));
+    EXPECT_EQ(
+        seen(),
+        lines(refresh_of_7_began, "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0 -> 4294967295",
+              reported("varn_if_update_entry", "If->iod mapping changed for if-index 0x1a000007, "
+                                               "entry->iod=7, iod=-1, err: 0x0\n"),
+              "ht_lookup(Iod, 4294967295) = null",
+              traced("Varn remove failed for Interface with iod -1\n")));
     EXPECT_EQ(entry(7), refreshed);
     EXPECT_EQ(refreshed->iod_remaps, 1);
 }
@@ -150,7 +149,7 @@ TEST_F(IodCheck, ThatFailsRemovesTheEntryOfIodZero)
     EXPECT_EQ(refresh(bits(1, 2, 3)), 0u);
     EXPECT_EQ(
         seen(),
-        lines(started, "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0x40040009",
+        lines(refresh_of_7_began, "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0x40040009",
               reported("varn_if_update_entry", "If->iod mapping changed for if-index 0x1a000007, "
                                                "entry->iod=7, iod=0, err: 0x40040009\n"),
               "ht_lookup(Iod, 0) = null", traced("Varn remove failed for Interface with iod 0\n")));
@@ -164,7 +163,7 @@ TEST_F(IodCheck, ThatFailsButNamesTheSameIodRemovesTheVeryEntry)
     on(ifsvc_get_iod_frm_ifindex).does([](u32, u32 *iod) { return *iod = 7, 0x41u; });
     EXPECT_EQ(refresh(bits(1, 2, 3)), 0u);
     EXPECT_TRUE(seen().starts_with(
-        lines(started, "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0x41",
+        lines(refresh_of_7_began, "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0x41",
               reported("varn_if_update_entry", "If->iod mapping changed for if-index 0x1a000007, "
                                                "entry->iod=7, iod=7, err: 0x41\n"),
               traced("If-destroy for if-index 0x1a000007, iod 7, pi 0x107, lif 0x2007\n"))));
@@ -195,7 +194,8 @@ TEST_F(PiStep, OfAnUnchangedPiClearsTheBitInSilenceUnlessTheEntryIsNew)
     for (const u32 is_new : {0u, 1u}) {
         SCOPED_TRACE("is_new " + dec(is_new));
         EXPECT_EQ(refresh(bits(2), is_new), 1u);
-        EXPECT_EQ(seen(), lines(started, "idxsvc_lib_ifidx_to_di(0x1a000007) = 0 -> 0x107"));
+        EXPECT_EQ(seen(),
+                  lines(refresh_of_7_began, "idxsvc_lib_ifidx_to_di(0x1a000007) = 0 -> 0x107"));
         EXPECT_EQ(dirty_of(refreshed), is_new == 0 ? 0 : bits(2));
         EXPECT_EQ(refreshed->pi, 0x107u);
         EXPECT_EQ(counters_moved(), "updates[2] +1");
@@ -206,7 +206,7 @@ TEST_F(PiStep, OfAChangedPiMovesTheLinkAndDeliberatelyTracesValuesOnePlaceOff)
 {
     the(7).pi(0x999);
     EXPECT_EQ(refresh(bits(2)), 1u);
-    EXPECT_EQ(seen(), lines(started, pi_is_0x999, pi_changed_to_0x999,
+    EXPECT_EQ(seen(), lines(refresh_of_7_began, pi_is_0x999, pi_changed_to_0x999,
                             "ht_lookup(Pi, 0x999) = null", own_pi_dropped, pi_insert_0x999));
     EXPECT_EQ(refreshed->pi, 0x999u);
     EXPECT_EQ(dirty_of(refreshed), 0u);
@@ -219,8 +219,8 @@ TEST_F(PiStep, OfAChangedPiOfANewEntryDoesNotTraceTheChange)
 {
     the(7).pi(0x999);
     EXPECT_EQ(refresh(bits(2), 1), 1u);
-    EXPECT_EQ(seen(), lines(started, pi_is_0x999, "ht_lookup(Pi, 0x999) = null", own_pi_dropped,
-                            pi_insert_0x999));
+    EXPECT_EQ(seen(), lines(refresh_of_7_began, pi_is_0x999, "ht_lookup(Pi, 0x999) = null",
+                            own_pi_dropped, pi_insert_0x999));
     EXPECT_EQ(dirty_of(refreshed), 0u);
 }
 
@@ -230,7 +230,7 @@ TEST_F(PiStep, OfAFirstPiFilesTheEntry)
     forget_all();
     the(7).pi(0x999);
     EXPECT_EQ(refresh(bits(2)), 1u);
-    EXPECT_EQ(seen(), lines(started, pi_is_0x999,
+    EXPECT_EQ(seen(), lines(refresh_of_7_began, pi_is_0x999,
                             traced("If->pi mapping changed for if-index 0x1a000007, entry->pi=7, "
                                    "pi=-1, port_index=2457\n"),
                             "ht_lookup(Pi, 0x999) = null", pi_insert_0x999));
@@ -246,7 +246,7 @@ TEST_F(PiStep, OfAPiThatAnotherEntryHoldsTakesTheLinkAwayFromIt)
     forget_all();
     EXPECT_EQ(refresh(bits(2), 1), 1u);
     EXPECT_EQ(seen(),
-              lines(started, "idxsvc_lib_ifidx_to_di(0x1a000007) = 0 -> 0x108",
+              lines(refresh_of_7_began, "idxsvc_lib_ifidx_to_di(0x1a000007) = 0 -> 0x108",
                     "ht_lookup(Pi, 0x108) = found",
                     traced("Removing stale pi entry for if-index 0x1a000008, iod 8, pi 0x108  for "
                            "if-index 0x1a000007, iod 7\n"),
@@ -266,7 +266,7 @@ TEST_F(PiStep, OfAPiThatAnotherEntryHoldsDropsFirstTheOthersLinkThenItsOwn)
     the(7).pi(0x108);
     EXPECT_EQ(refresh(bits(2)), 1u);
     EXPECT_EQ(seen(),
-              lines(started, "idxsvc_lib_ifidx_to_di(0x1a000007) = 0 -> 0x108",
+              lines(refresh_of_7_began, "idxsvc_lib_ifidx_to_di(0x1a000007) = 0 -> 0x108",
                     traced("If->pi mapping changed for if-index 0x1a000007, entry->pi=7, pi=263, "
                            "port_index=264\n"),
                     "ht_lookup(Pi, 0x108) = found",
@@ -288,7 +288,7 @@ TEST_F(PiStep, NeverTakesItselfForAnotherEntry)
     the(7).pi(0x999);
     on(ht_lookup).of("Pi", 0x999).answers(refreshed);
     EXPECT_EQ(refresh(bits(2)), 1u);
-    EXPECT_EQ(seen(), lines(started, pi_is_0x999, pi_changed_to_0x999,
+    EXPECT_EQ(seen(), lines(refresh_of_7_began, pi_is_0x999, pi_changed_to_0x999,
                             "ht_lookup(Pi, 0x999) = found", own_pi_dropped, pi_insert_0x999));
     EXPECT_EQ(refreshed->pi_remaps, 1);
 }
@@ -298,7 +298,7 @@ TEST_F(PiStep, ThatFailsDropsTheOldLinkAndKeepsTheBit)
     on(idxsvc_lib_ifidx_to_di).fails(0x41);
     EXPECT_EQ(refresh(bits(2)), 1u);
     EXPECT_EQ(seen(),
-              lines(started, "idxsvc_lib_ifidx_to_di(0x1a000007) = 0x41",
+              lines(refresh_of_7_began, "idxsvc_lib_ifidx_to_di(0x1a000007) = 0x41",
                     traced("If->pi mapping changed for if-index 0x1a000007, entry->pi=7, pi=263, "
                            "port_index=-1\n"),
                     traced("Removing stale entry for if-index 0x1a000007, iod 7, pi 0x107  for new "
@@ -315,7 +315,7 @@ TEST_F(PiStep, ThatFailsForANewEntryWithALinkDropsItWithoutTracingTheChange)
     on(idxsvc_lib_ifidx_to_di).fails(0x41);
     EXPECT_EQ(refresh(bits(2), 1), 1u);
     EXPECT_EQ(seen(),
-              lines(started, "idxsvc_lib_ifidx_to_di(0x1a000007) = 0x41",
+              lines(refresh_of_7_began, "idxsvc_lib_ifidx_to_di(0x1a000007) = 0x41",
                     traced("Removing stale entry for if-index 0x1a000007, iod 7, pi 0x107  for new "
                            "port-index 0xffffffff\n"),
                     "ht_remove_entry(Pi, 0x107) = 1"));
@@ -330,7 +330,7 @@ TEST_F(PiStep, ThatFailsForAnEntryWithoutAPiKeepsTheBitNewOrNot)
     for (const u32 is_new : {0u, 1u}) {
         SCOPED_TRACE("is_new " + dec(is_new));
         EXPECT_EQ(refresh(bits(2), is_new), 1u);
-        EXPECT_EQ(seen(), lines(started, "idxsvc_lib_ifidx_to_di(0x1a000007) = 0x41"));
+        EXPECT_EQ(seen(), lines(refresh_of_7_began, "idxsvc_lib_ifidx_to_di(0x1a000007) = 0x41"));
         EXPECT_EQ(refreshed->pi, none);
         EXPECT_EQ(dirty_of(refreshed), bits(2));
         EXPECT_EQ(counters_moved(), "updates[2] +1");
@@ -351,8 +351,8 @@ TEST_F(PiStep, OfANewPiThatTheTableRefusesLeavesNoneAndTheBit)
     on(ht_insert).of("Pi").fails();
     EXPECT_EQ(refresh(bits(2)), 1u);
     EXPECT_EQ(seen(),
-              lines(started, pi_is_0x999, pi_changed_to_0x999, "ht_lookup(Pi, 0x999) = null",
-                    own_pi_dropped,
+              lines(refresh_of_7_began, pi_is_0x999, pi_changed_to_0x999,
+                    "ht_lookup(Pi, 0x999) = null", own_pi_dropped,
                     traced("Creating pi entry for if-index 0x1a000007, iod 7, pi 0x999\n"),
                     "ht_insert(Pi, 0x999) = 0",
                     reported("varn_pi_insert_entry",

@@ -7,8 +7,6 @@
 namespace
 {
 
-const std::string started = lines(traced("Varn-update for if-index 0x1a000007, iod 7\n"),
-                                  "if_index_get_type(0x1a000007) = 0 -> 26");
 const std::string lif_is_0x999 = "lifsvc_query_ifindex_to_lif(0x1a000007) = 0 -> 0x999";
 const std::string lif_changed_to_0x999 =
     traced("If->lif mapping changed for if-index 0x1a000007, entry->iod=7, lif=0x999\n");
@@ -44,8 +42,8 @@ protected:
 TEST_F(LifStep, OfAnUnchangedLifClearsTheBitAndTracesIt)
 {
     EXPECT_EQ(refresh(), 1u);
-    EXPECT_EQ(seen(),
-              lines(started, "lifsvc_query_ifindex_to_lif(0x1a000007) = 0 -> 0x2007", same_lif));
+    EXPECT_EQ(seen(), lines(refresh_of_7_began,
+                            "lifsvc_query_ifindex_to_lif(0x1a000007) = 0 -> 0x2007", same_lif));
     EXPECT_EQ(dirty_of(refreshed), 0u);
     EXPECT_EQ(refreshed->lif, 0x2007u);
     EXPECT_EQ(counters_moved(), "updates[3] +1");
@@ -54,7 +52,8 @@ TEST_F(LifStep, OfAnUnchangedLifClearsTheBitAndTracesIt)
 TEST_F(LifStep, OfAnUnchangedLifOfANewEntryKeepsTheBit)
 {
     EXPECT_EQ(refresh(1), 1u);
-    EXPECT_EQ(seen(), lines(started, "lifsvc_query_ifindex_to_lif(0x1a000007) = 0 -> 0x2007"));
+    EXPECT_EQ(seen(),
+              lines(refresh_of_7_began, "lifsvc_query_ifindex_to_lif(0x1a000007) = 0 -> 0x2007"));
     EXPECT_EQ(dirty_of(refreshed), bits(3));
     EXPECT_EQ(counters_moved(), "updates[3] +1");
 }
@@ -63,7 +62,7 @@ TEST_F(LifStep, OfAChangedLifMovesTheLinkAndDeliberatelySpeaksOfAPortIndex)
 {
     the(7).lif(0x999);
     EXPECT_EQ(refresh(), 1u);
-    EXPECT_EQ(seen(), lines(started, lif_is_0x999, lif_changed_to_0x999,
+    EXPECT_EQ(seen(), lines(refresh_of_7_began, lif_is_0x999, lif_changed_to_0x999,
                             "ht_lookup(Lif, 0x999) = null", own_lif_dropped, lif_insert_0x999));
     EXPECT_EQ(refreshed->lif, 0x999u);
     EXPECT_EQ(dirty_of(refreshed), 0u);
@@ -76,8 +75,8 @@ TEST_F(LifStep, OfAChangedLifOfANewEntryDoesNotTraceTheChange)
 {
     the(7).lif(0x999);
     EXPECT_EQ(refresh(1), 1u);
-    EXPECT_EQ(seen(), lines(started, lif_is_0x999, "ht_lookup(Lif, 0x999) = null", own_lif_dropped,
-                            lif_insert_0x999));
+    EXPECT_EQ(seen(), lines(refresh_of_7_began, lif_is_0x999, "ht_lookup(Lif, 0x999) = null",
+                            own_lif_dropped, lif_insert_0x999));
     EXPECT_EQ(dirty_of(refreshed), 0u);
 }
 
@@ -87,7 +86,7 @@ TEST_F(LifStep, OfAFirstLifFilesTheEntry)
     the(7).lif(0x999);
     forget_all();
     EXPECT_EQ(refresh(), 1u);
-    EXPECT_EQ(seen(), lines(started, lif_is_0x999, lif_changed_to_0x999,
+    EXPECT_EQ(seen(), lines(refresh_of_7_began, lif_is_0x999, lif_changed_to_0x999,
                             "ht_lookup(Lif, 0x999) = null", lif_insert_0x999));
     EXPECT_EQ(refreshed->lif_remaps, 0);
     EXPECT_EQ(counters_moved(), "updates[3] +1, lif_index.inserts +1");
@@ -99,7 +98,7 @@ TEST_F(LifStep, OfALifThatAnotherEntryHoldsDropsFirstTheOthersLinkThenItsOwn)
     EXPECT_EQ(refresh(), 1u);
     EXPECT_EQ(
         seen(),
-        lines(started, "lifsvc_query_ifindex_to_lif(0x1a000007) = 0 -> 0x2008",
+        lines(refresh_of_7_began, "lifsvc_query_ifindex_to_lif(0x1a000007) = 0 -> 0x2008",
               traced("If->lif mapping changed for if-index 0x1a000007, entry->iod=7, lif=0x2008\n"),
               "ht_lookup(Lif, 0x2008) = found",
               traced("Removing stale lif entry for if-index 0x1a000008, iod 8, lif 0x2008  for "
@@ -135,7 +134,7 @@ TEST_F(LifStep, NeverTakesItselfForAnotherEntry)
     the(7).lif(0x999);
     on(ht_lookup).of("Lif", 0x999).answers(refreshed);
     EXPECT_EQ(refresh(), 1u);
-    EXPECT_EQ(seen(), lines(started, lif_is_0x999, lif_changed_to_0x999,
+    EXPECT_EQ(seen(), lines(refresh_of_7_began, lif_is_0x999, lif_changed_to_0x999,
                             "ht_lookup(Lif, 0x999) = found", own_lif_dropped, lif_insert_0x999));
     EXPECT_EQ(refreshed->lif_remaps, 1);
 }
@@ -152,7 +151,7 @@ TEST_F(LifStep, ThatFailsDropsTheOldLinkAndKeepsTheBit)
         EXPECT_EQ(refresh(is_new), 1u);
         EXPECT_EQ(
             seen(),
-            joined({started, "lifsvc_query_ifindex_to_lif(0x1a000007) = 0x41",
+            joined({refresh_of_7_began, "lifsvc_query_ifindex_to_lif(0x1a000007) = 0x41",
                     is_new != 0 ? ""
                                 : traced("If->lif mapping changed for if-index 0x1a000007, "
                                          "entry->iod=7, lif=0xffffffff\n"),
@@ -171,7 +170,8 @@ TEST_F(LifStep, ThatFailsForAnEntryWithoutALifDeliberatelyClearsTheBitUnlikeTheP
     on(lifsvc_query_ifindex_to_lif).fails(0x41);
     forget_all();
     EXPECT_EQ(refresh(), 1u);
-    EXPECT_EQ(seen(), lines(started, "lifsvc_query_ifindex_to_lif(0x1a000007) = 0x41", same_lif));
+    EXPECT_EQ(seen(), lines(refresh_of_7_began, "lifsvc_query_ifindex_to_lif(0x1a000007) = 0x41",
+                            same_lif));
     EXPECT_EQ(dirty_of(refreshed), 0u);
     EXPECT_EQ(refreshed->lif, none);
 }
@@ -195,8 +195,8 @@ TEST_F(LifStep, OfANewLifThatTheTableRefusesLeavesNoneAndTheBit)
     on(ht_insert).of("Lif").fails();
     EXPECT_EQ(refresh(), 1u);
     EXPECT_EQ(seen(),
-              lines(started, lif_is_0x999, lif_changed_to_0x999, "ht_lookup(Lif, 0x999) = null",
-                    own_lif_dropped,
+              lines(refresh_of_7_began, lif_is_0x999, lif_changed_to_0x999,
+                    "ht_lookup(Lif, 0x999) = null", own_lif_dropped,
                     traced("Creating lif entry for if-index 0x1a000007, iod 7, lif 0x999\n"),
                     "ht_insert(Lif, 0x999) = 0",
                     reported("varn_lif_insert_entry",

@@ -9,7 +9,7 @@ namespace
 {
 
 // An entry of port 7 that is clean until a test makes one attribute dirty.
-class refresh_test : public entry_test
+class value_refresh : public entry_test
 {
 protected:
     void SetUp() override
@@ -41,7 +41,7 @@ struct flag {
     u32 (*read)(const varn_if_entry_t &);
 };
 
-class RefreshOfAFlag : public refresh_test, public testing::WithParamInterface<flag>
+class RefreshOfAFlag : public value_refresh, public testing::WithParamInterface<flag>
 {
 };
 
@@ -121,7 +121,7 @@ struct value {
     u32 (*read)(const varn_if_entry_t &);
 };
 
-class RefreshOfAValue : public refresh_test, public testing::WithParamInterface<value>
+class RefreshOfAValue : public value_refresh, public testing::WithParamInterface<value>
 {
 };
 

@@ -208,25 +208,26 @@ struct removal {
     u32 result_while_off;
 };
 
-const removal by_if = {"if",
-                       varn_if_remove_entry_by_if,
-                       0x1a000007,
-                       "ht_lookup(If, 0x1a000007) = found",
-                       "ht_lookup(If, 0x1a000007) = null",
-                       1};
-const removal by_pi = {"pi",
-                       varn_if_remove_entry_by_pi,
-                       0x107,
-                       "ht_lookup(Pi, 0x107) = found",
-                       "ht_lookup(Pi, 0x107) = null",
-                       1};
-const removal by_lif = {"lif",
-                        varn_if_remove_entry_by_lif,
-                        0x2007,
-                        "ht_lookup(Lif, 0x2007) = found",
-                        "ht_lookup(Lif, 0x2007) = null",
-                        1};
-const removal by_iod = {"iod", varn_if_remove_entry_by_iod, 7, "", "ht_lookup(Iod, 7) = null", 0};
+const removal removed_by_if = {"if",
+                               varn_if_remove_entry_by_if,
+                               0x1a000007,
+                               "ht_lookup(If, 0x1a000007) = found",
+                               "ht_lookup(If, 0x1a000007) = null",
+                               1};
+const removal removed_by_pi = {"pi",
+                               varn_if_remove_entry_by_pi,
+                               0x107,
+                               "ht_lookup(Pi, 0x107) = found",
+                               "ht_lookup(Pi, 0x107) = null",
+                               1};
+const removal removed_by_lif = {"lif",
+                                varn_if_remove_entry_by_lif,
+                                0x2007,
+                                "ht_lookup(Lif, 0x2007) = found",
+                                "ht_lookup(Lif, 0x2007) = null",
+                                1};
+const removal removed_by_iod = {"iod", varn_if_remove_entry_by_iod, 7,
+                                "",    "ht_lookup(Iod, 7) = null",  0};
 
 class RemovalByKey : public entry_test, public testing::WithParamInterface<removal>
 {
@@ -238,7 +239,9 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(Keys, RemovalByKey, testing::Values(by_if, by_pi, by_lif, by_iod),
+INSTANTIATE_TEST_SUITE_P(Keys, RemovalByKey,
+                         testing::Values(removed_by_if, removed_by_pi, removed_by_lif,
+                                         removed_by_iod),
                          [](const auto &tested) { return std::string(tested.param.name); });
 
 TEST_P(RemovalByKey, DestroysTheEntryThatStandsUnderTheKey)

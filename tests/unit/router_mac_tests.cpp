@@ -18,15 +18,14 @@ protected:
     }
     static std::string interface_line(const varn_if_entry_t &kept, const std::string &state = "3")
     {
-        return lines(asked_name_of_7,
-                     trace_line(spell("Interface eth7 (iod 7): entry ", address_text(&kept),
-                                      ", state ", state, "\n")));
+        return lines(asked_name_of_7, traced(spell("Interface eth7 (iod 7): entry ",
+                                                   address_text(&kept), ", state ", state, "\n")));
     }
 };
 
 const std::string updated_line =
-    trace_line("Updated old_mac: 0200.0000.0007 to new_mac: 0a0b.0c0d.0e0f\n");
-const std::string removed_line = trace_line(
+    traced("Updated old_mac: 0200.0000.0007 to new_mac: 0a0b.0c0d.0e0f\n");
+const std::string removed_line = traced(
     "Removed MAC (Interface Removed) old_mac :0200.0000.0007 is reset to : ZERO MAC adress \n");
 
 TEST_F(UpdateRouterMac, WithTheMacNotCachedReturnsMinusOneAndDoesNothing)
@@ -146,7 +145,7 @@ TEST_F(UpdateRouterMac, OfADirtyIodRefreshesTheEntryFirst)
     kept.dirty = bits(1, 9);
     watch(kept);
     EXPECT_EQ(notified(new_mac), 0);
-    EXPECT_EQ(calls(), lines(trace_line("Varn-update for if-index 0x1a000007, iod 7\n"),
+    EXPECT_EQ(calls(), lines(traced("Varn-update for if-index 0x1a000007, iod 7\n"),
                              asked_type_of_7, "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0 -> 7",
                              "ifsvc_get_if_src_mac_addr(7) = 0 -> 0200.0000.0007",
                              interface_line(kept), updated_line));

@@ -7,7 +7,7 @@
 // the client's uuid, the library's event id, and the code and the length that belong to it.
 #pragma once
 
-#include "varn_fixture.h"
+#include "log_lines.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -23,30 +23,10 @@ using u16 = std::uint16_t;
 constexpr u32 channel = 0x16000003;
 constexpr u32 uplink = 0x1a000007;
 
-inline std::string traced(const std::string &text)
-{
-    return spell("history(level 1, code 121, ", quoted(("[77]: " + text).c_str()), ")");
-}
-
-inline std::string reported(const std::string &function, const std::string &text)
-{
-    return lines(
-        spell("error_cb(0x6, \"%s:%d: %s\\n\", ", function, ", line, ", quoted(text.c_str()), ")"),
-        spell("history(level 2, code 122, ", quoted(("[77]: " + text).c_str()), ")"));
-}
-
 // A piece of a dump, as the print callback is given it by a caller whose argument is 7.
 inline std::string printed(const std::string &text)
 {
     return spell("print(0x7, ", quoted(text.c_str()), ")");
-}
-
-// An address behind the "0x" that the dumps write before it.
-inline std::string told_address(const void *address)
-{
-    char text[32];
-    std::snprintf(text, sizeof text, "0x%p", address);
-    return text;
 }
 
 // A warning with the word `line` for its source line, which is the library's own affair.

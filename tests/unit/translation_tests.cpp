@@ -7,7 +7,7 @@
 namespace
 {
 
-constexpr u32 untouched = 0xABCD;
+constexpr u32 unwritten_translation = 0xABCD;
 
 struct translation {
     const char *name;
@@ -62,7 +62,7 @@ protected:
     // Asks; what was written must be this.
     u32 ask_writing(u32 expected)
     {
-        u32 out = untouched;
+        u32 out = unwritten_translation;
         const u32 code = row.ask(row.key, &out);
         EXPECT_EQ(out, expected);
         return code;
@@ -84,7 +84,7 @@ TEST_P(Translation, WithItsKeyNotCachedReturnsTheServicesOwnCode)
 {
     start(config().sync(bits(1, 2, 3) & ~bits(row.bit)));
     gone(7);
-    EXPECT_EQ(ask_writing(untouched), 0x40040004u);
+    EXPECT_EQ(ask_writing(unwritten_translation), 0x40040004u);
     EXPECT_EQ(calls(), refused());
     EXPECT_EQ(counters_moved(), counted("misses"));
     EXPECT_TRUE(records_in(&varn.if_table).empty());
@@ -108,7 +108,7 @@ TEST_P(Translation, OfACleanEntryAsksNobody)
         start(config().sync(sync));
         ASSERT_NE(varn_if_create_entry_by_if(0x1a000007, 7, none, none), nullptr);
         forget_all();
-        EXPECT_EQ(ask_writing(row.writes ? row.answer : untouched), 0u);
+        EXPECT_EQ(ask_writing(row.writes ? row.answer : unwritten_translation), 0u);
         EXPECT_EQ(calls(), "");
         EXPECT_EQ(counters_moved(), counted("hits"));
         varn_if_remove_entry_by_if(0x1a000007);
@@ -120,7 +120,7 @@ TEST_P(Translation, OfAStaleEntryRefreshesItFirst)
     start(config().sync(bits(1, 2, 3)));
     varn_if_entry_t &entry = standing();
     entry.dirty = bits(row.bit);
-    EXPECT_EQ(ask_writing(row.writes ? row.answer : untouched), 0u);
+    EXPECT_EQ(ask_writing(row.writes ? row.answer : unwritten_translation), 0u);
     EXPECT_EQ(calls(), refresh_asked());
     EXPECT_EQ(counters_moved(), refresh_counted());
     EXPECT_EQ(dirty(&entry), 0u);
@@ -131,7 +131,7 @@ TEST_P(Translation, LooksAtItsOwnDirtyBitOnly)
     start(config().sync(bits(1, 2, 3)));
     varn_if_entry_t &entry = standing();
     entry.dirty = ~bits(row.bit);
-    EXPECT_EQ(ask_writing(row.writes ? row.answer : untouched), 0u);
+    EXPECT_EQ(ask_writing(row.writes ? row.answer : unwritten_translation), 0u);
     EXPECT_EQ(calls(), "");
     EXPECT_EQ(counters_moved(), counted("hits"));
     EXPECT_EQ(dirty(&entry), ~bits(row.bit));
@@ -144,7 +144,7 @@ TEST_P(Translation, WhoseRefreshFailsWritesNothing)
     entry.dirty = bits(1, row.bit);
     on(ifsvc_get_iod_frm_ifindex).fails(0x41);
 
-    EXPECT_EQ(ask_writing(untouched), row.failed_code);
+    EXPECT_EQ(ask_writing(unwritten_translation), row.failed_code);
 
     EXPECT_EQ(calls(), "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0x41");
     EXPECT_EQ(dirty(&entry), bits(1, row.bit));
@@ -158,7 +158,7 @@ TEST_P(Translation, WhoseRefreshRemovesTheEntryDoesNotTouchItAgain)
     start(config().sync(bits(1, 2, 3)));
     standing().dirty = bits(1, row.bit);
     on(ifsvc_get_iod_frm_ifindex).answers(0x41, 7);
-    EXPECT_EQ(ask_writing(untouched), row.failed_code);
+    EXPECT_EQ(ask_writing(unwritten_translation), row.failed_code);
     EXPECT_TRUE(records_in(&varn.if_table).empty());
     check_released();
 }
@@ -166,7 +166,7 @@ TEST_P(Translation, WhoseRefreshRemovesTheEntryDoesNotTouchItAgain)
 TEST_P(Translation, OfAMissingEntryCreatesItAndAnswersFromIt)
 {
     start(config().sync(bits(1, 2, 3)));
-    EXPECT_EQ(ask_writing(row.writes ? row.answer : untouched), 0u);
+    EXPECT_EQ(ask_writing(row.writes ? row.answer : unwritten_translation), 0u);
 
     const std::string identity = "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0 -> 7";
     EXPECT_EQ(calls(),
@@ -183,7 +183,7 @@ TEST_P(Translation, OfWhatCannotBeCreatedReturnsTheServicesOwnCode)
 {
     start(config().sync(bits(1, 2, 3)));
     gone(7);
-    EXPECT_EQ(ask_writing(untouched), 0x40040004u);
+    EXPECT_EQ(ask_writing(unwritten_translation), 0x40040004u);
     const std::string creation =
         row.keyed_by_if_index ? "ifsvc_get_iod_frm_ifindex(0x1a000007) = 0x40040004" : refused();
     EXPECT_EQ(calls(), lines(creation, refused()));
@@ -217,7 +217,7 @@ TEST_P(Translation, WithoutCreateOnMissFindsAStandingEntry)
     start(config().sync(bits(1, 2, 3)));
     standing();
     varn.config.create_on_miss = 0;
-    EXPECT_EQ(ask_writing(row.writes ? row.answer : untouched), 0u);
+    EXPECT_EQ(ask_writing(row.writes ? row.answer : unwritten_translation), 0u);
     EXPECT_EQ(calls(), "");
     EXPECT_EQ(counters_moved(), counted("hits"));
 }
@@ -239,7 +239,7 @@ TEST_P(Translation, WithEnabledAtZeroAndWithoutCreateOnMissIsStillCached)
     standing();
     varn_enabled = 0;
     varn.config.create_on_miss = 0;
-    EXPECT_EQ(ask_writing(row.writes ? row.answer : untouched), 0u);
+    EXPECT_EQ(ask_writing(row.writes ? row.answer : unwritten_translation), 0u);
     EXPECT_EQ(calls(), "");
     EXPECT_EQ(counters_moved(), counted("hits"));
 }
@@ -251,7 +251,7 @@ TEST_P(Translation, WithEnabledAtZeroCannotRefreshAStaleEntry)
     entry.dirty = bits(row.bit);
     varn_enabled = 0;
     varn.config.create_on_miss = 0;
-    EXPECT_EQ(ask_writing(untouched), row.failed_code);
+    EXPECT_EQ(ask_writing(unwritten_translation), row.failed_code);
     EXPECT_EQ(calls(), "");
     EXPECT_EQ(counters_moved(), spell(counted("misses"), ", ", row.refreshes));
     EXPECT_EQ(dirty(&entry), bits(row.bit));
@@ -262,9 +262,9 @@ TEST_P(Translation, PassesEveryBitOfALargeIdentifierOn)
     start(config().sync(bits(1, 2, 3)));
     given(port(8).if_index(0x9a000008).pi(0x80000108).lif(0xF0002008));
     const u32 keys[] = {0x9a000008, row.bit == 2 ? 0x80000108u : 0xF0002008u};
-    u32 out = untouched;
+    u32 out = unwritten_translation;
     EXPECT_EQ(row.ask(keys[row.keyed_by_if_index ? 0 : 1], &out), 0u);
-    EXPECT_EQ(out, row.writes ? keys[row.keyed_by_if_index ? 1 : 0] : untouched);
+    EXPECT_EQ(out, row.writes ? keys[row.keyed_by_if_index ? 1 : 0] : unwritten_translation);
     EXPECT_EQ(counters_moved().substr(0, 10), counted("hits"));
 }
 
