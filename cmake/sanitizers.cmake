@@ -12,3 +12,8 @@ if(VARN_SANITIZE)
         endif()
     endif()
 endif()
+
+# What leads libFuzzer to new inputs. The product has it, and the targets themselves; other tests need not.
+if(VARN_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()

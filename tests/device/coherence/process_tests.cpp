@@ -20,7 +20,6 @@ namespace
 using namespace coherence;
 
 constexpr u32 short_queue = 32, usual_queue = 4096;
-constexpr u64 steps_in_all = 10000;
 constexpr std::size_t num_histories = 4;
 
 scenario over_the_wire(u64 seed)
@@ -60,7 +59,7 @@ outcome run_history(u64 seed, std::size_t steps)
 TEST(CoherenceOverTheWire, HoldsOverRandomHistories)
 {
     const char *steps = std::getenv("VARN_STEPS"), *given = std::getenv("VARN_SEED");
-    const std::size_t all = steps != nullptr ? std::strtoull(steps, nullptr, 0) : steps_in_all;
+    const std::size_t all = steps != nullptr ? std::strtoull(steps, nullptr, 0) : COHERENCE_STEPS;
     if (given != nullptr) {
         run_history(std::strtoull(given, nullptr, 0), all);
         return;
