@@ -147,6 +147,19 @@ TEST_F(IodDirectory, AnswersAHitWithoutTheTable)
     EXPECT_EQ(on(ht_lookup).of("Iod").asked(), before);
 }
 
+// As far as the bitmap of forbidden iods, and no further.
+TEST_F(IodDirectory, ReachesToTheLastIodOfTheBitmap)
+{
+    constexpr u32 last = VARN_IODBMP_WORDS * 32 - 1;
+    for (const u32 iod : {last, last + 1}) {
+        SCOPED_TRACE(iod);
+        const varn_if_entry_t *entry = filed(iod);
+        const unsigned long before = on(ht_lookup).of("Iod").asked();
+        EXPECT_EQ(varn_find_entry_by_iod(iod), entry);
+        EXPECT_EQ(on(ht_lookup).of("Iod").asked() - before, iod == last ? 0u : 1u);
+    }
+}
+
 TEST_F(IodDirectory, OfAnEmptyTableIsEmpty) { expect_agreement(); }
 
 TEST_F(IodDirectory, AgreesAfterEachInsert)

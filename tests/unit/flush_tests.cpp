@@ -38,6 +38,11 @@ std::string trace_of_7(const std::string &opt)
     return "[77]: Flushing cache for if-index=0x1a000007, iod=7, opt=" + opt + "\n";
 }
 
+// A trace sink that looks at the entry that is being flushed.
+const varn_if_entry_t *watched;
+u64 dirty_when_traced;
+void look_at_watched(const char *, ...) { dirty_when_traced = watched->dirty; }
+
 class flush_test : public varn_test
 {
 protected:
@@ -92,6 +97,17 @@ TEST_F(FlushEntry, AddsTheMaskOfItsOptionAndTouchesNothingElse)
         EXPECT_EQ(counters_moved(), "");
         forget_all();
     }
+}
+
+TEST_F(FlushEntry, IsTracedBeforeTheEntryBecomesDirty)
+{
+    start(masks());
+    varn_if_entry_t &entry = standing();
+    watched = &entry;
+    varn.config.debug_print = look_at_watched;
+    varn_flush_if_entry(&entry, 1);
+    EXPECT_EQ(dirty_when_traced, bits(9));
+    EXPECT_EQ(dirty(&entry), bits(9) | medium);
 }
 
 TEST_F(FlushEntry, IsTracedOnceWithCode121AtLevel1)
